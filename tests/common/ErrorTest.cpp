@@ -1,0 +1,385 @@
+#include "common/Error.h"
+
+#include "AllocationCounter.h"
+#include "common/CatalogIds.h"
+#include "common/ErrorKind.h"
+#include "common/ErrorRecord.h"
+#include "common/SafeAssert.h"
+#include "common/SystemMessages.h"
+#include "common/TextCatalog.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using Common::Error;
+using Common::WideString;
+
+constexpr std::uint32_t TestCode = 0x00FA0001;
+
+const Common::ErrorRecord* HeadOf(const Error& error)
+{
+    return Common::Detail::ErrorAccess::Head(error);
+}
+
+std::size_t ChainLength(const Error& error)
+{
+    std::size_t length = 0;
+    for (const Common::ErrorRecord* record = HeadOf(error); record != nullptr; record = record->Next)
+    {
+        ++length;
+    }
+    return length;
+}
+
+const Common::ErrorKind PathFunctionKind("path,function,$module", {Common::ErrorParameter::Type::WideString,
+                                                                   Common::ErrorParameter::Type::String});
+
+TEST(ErrorTest, CodeZeroIsSuccessWhateverElseIsGiven)
+{
+    Testing::AllocationCounter allocations;
+    const Error narrow(COMMON_LOCATION("Test"), 0, "text");
+    const Error wide(COMMON_LOCATION("Test"), 0, u"text");
+    const Error parameters(COMMON_LOCATION("Test"), 0, Common::TraceLevelErrorKind, u"text", {1});
+    EXPECT_EQ(allocations.Count(), 0u);
+    for (const Error* error : {&narrow, &wide, &parameters})
+    {
+        EXPECT_EQ(error->GetCode(), 0u);
+        EXPECT_TRUE(*error == Common::Success);
+        EXPECT_EQ(error->GetLineTag().LineTag, 0u);
+        EXPECT_EQ(error->GetLineTag().File, nullptr);
+        EXPECT_TRUE(error->GetMessage().empty());
+        EXPECT_EQ(error->GetSubError().GetCode(), 0u);
+    }
+}
+
+TEST(ErrorTest, RecordKindsAnswerMessageKeysAndModule)
+{
+    const auto location = COMMON_LOCATION("Common::Test");
+    const Error codeOnly(location, TestCode);
+    const Error narrow(location, TestCode, "caf\xc3\xa9");
+    const Error wide(location, TestCode, u"wide \u00e9");
+
+    EXPECT_EQ(codeOnly.GetMessage(), u"");
+    // Each narrow byte becomes one character: no code page, no UTF-8 decoding.
+    EXPECT_EQ(narrow.GetMessage(), (WideString{u'c', u'a', u'f', 0xC3, 0xA9}));
+    EXPECT_EQ(wide.GetMessage(), u"wide \u00e9");
+    for (const Error* error : {&codeOnly, &narrow, &wide})
+    {
+        EXPECT_EQ(error->GetCode(), TestCode);
+        EXPECT_STREQ(error->GetKeys(), "$module");
+        EXPECT_STREQ(error->GetString("$module"), "VeltrixTests/1.0.0");
+        EXPECT_EQ(error->GetString("other"), nullptr);
+        EXPECT_EQ(error->GetLineTag().LineTag, location.LineTag);
+        EXPECT_STREQ(error->GetLineTag().Function, "Common::Test");
+        EXPECT_EQ(error->GetLineTag().Line, location.Line);
+    }
+}
+
+TEST(ErrorTest, ParameterKindsAnswerByKeyAndType)
+{
+    const Error traced(COMMON_LOCATION("Test"), TestCode, Common::TraceLevelErrorKind, u"traced", {4});
+    EXPECT_EQ(traced.GetMessage(), u"traced");
+    EXPECT_STREQ(traced.GetKeys(), "TraceLevel,$module");
+    EXPECT_EQ(traced.GetNumber("TraceLevel"), 4u);
+    EXPECT_EQ(traced.GetString("TraceLevel"), nullptr);
+    EXPECT_STREQ(traced.GetString("$module"), "VeltrixTests/1.0.0");
+
+    const Error located(COMMON_LOCATION("Test"), TestCode, PathFunctionKind, u"located",
+                        {u"C:\\data\\file.bin", "Open"});
+    EXPECT_EQ(std::u16string(located.GetWideString("path")), u"C:\\data\\file.bin");
+    EXPECT_STREQ(located.GetString("function"), "Open");
+    EXPECT_EQ(located.GetNumber("path"), 0u);
+    EXPECT_EQ(located.GetString("path"), nullptr);
+    EXPECT_EQ(located.GetWideString("function"), nullptr);
+    EXPECT_EQ(located.GetWideString("pat"), nullptr);
+    EXPECT_STREQ(located.GetKeys(), "path,function,$module");
+}
+
+TEST(ErrorTest, CatalogTextIsPointedToWithOneAllocation)
+{
+    const char16_t* text = Common::GetText(Common::Texts::ConvertFromUtf8Failed);
+    std::size_t allocations = 0;
+    std::size_t size = 0;
+    Error error;
+    {
+        Testing::AllocationCounter counter;
+        error = Error(COMMON_LOCATION("Test"), TestCode, Common::WideStringView(text));
+        allocations = counter.Count();
+        size = counter.LastSize();
+    }
+    EXPECT_EQ(allocations, 1u);
+    EXPECT_EQ(size, sizeof(Common::ErrorRecord));
+    EXPECT_EQ(Common::Detail::RecordText(HeadOf(error)), static_cast<const void*>(text));
+    EXPECT_EQ(error.GetMessage(), WideString(text));
+
+    // Text of the caller is copied into the same block.
+    Testing::AllocationCounter counter;
+    const Error copied(COMMON_LOCATION("Test"), TestCode, u"abc");
+    EXPECT_EQ(counter.Count(), 1u);
+    EXPECT_EQ(counter.LastSize(), sizeof(Common::ErrorRecord) + 8);
+}
+
+TEST(ErrorTest, CopiesShareTheChainAndLastReleaseFreesIt)
+{
+    Error first(COMMON_LOCATION("Test"), TestCode, u"first");
+    Error second = first;
+    EXPECT_EQ(HeadOf(first), HeadOf(second));
+    EXPECT_EQ(HeadOf(first)->RefCount.load(), 2u);
+    second = Error();
+    EXPECT_EQ(HeadOf(first)->RefCount.load(), 1u);
+    first = first; // self-assignment keeps the record
+    EXPECT_EQ(first.GetMessage(), u"first");
+    Error moved = std::move(first);
+    EXPECT_EQ(first.GetCode(), 0u);
+    EXPECT_EQ(moved.GetMessage(), u"first");
+}
+
+TEST(ErrorTest, SetSubErrorOnSuccessBecomesTheCauseItself)
+{
+    const Error cause(COMMON_LOCATION("Test"), TestCode, u"cause");
+    Error error;
+    error.SetSubError(cause);
+    EXPECT_EQ(HeadOf(error), HeadOf(cause));
+    EXPECT_EQ(ChainLength(error), 1u);
+}
+
+TEST(ErrorTest, SetSubErrorReplacesInPlaceWhenUnshared)
+{
+    Error error(COMMON_LOCATION("Test"), TestCode, u"head");
+    const Common::ErrorRecord* head = HeadOf(error);
+    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 1, u"one"));
+    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 2, u"two"));
+    EXPECT_EQ(HeadOf(error), head);
+    EXPECT_EQ(ChainLength(error), 2u);
+    EXPECT_EQ(error.GetSubError().GetCode(), TestCode + 2);
+}
+
+TEST(ErrorTest, SetSubErrorOnSharedHeadClonesAndLeavesTheOtherHandleAlone)
+{
+    Error error(COMMON_LOCATION("Test"), TestCode, u"head");
+    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 1, u"old cause"));
+    const Error other = error;
+
+    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 2, u"new cause"));
+    EXPECT_NE(HeadOf(error), HeadOf(other));
+    // The clone keeps its message, stored as an offset into its own block.
+    EXPECT_LT(HeadOf(error)->Message, HeadOf(error)->Size);
+    EXPECT_EQ(error.GetMessage(), u"head");
+    EXPECT_EQ(error.GetSubError().GetMessage(), u"new cause");
+    EXPECT_EQ(other.GetSubError().GetMessage(), u"old cause");
+    EXPECT_EQ(HeadOf(other)->RefCount.load(), 1u);
+}
+
+TEST(ErrorTest, SetSubErrorWithItselfBuildsNoCycle)
+{
+    Error error(COMMON_LOCATION("Test"), TestCode, u"self");
+    error.SetSubError(error);
+    EXPECT_EQ(ChainLength(error), 2u);
+    EXPECT_EQ(error.GetSubError().GetMessage(), u"self");
+}
+
+TEST(ErrorTest, SystemValuesAreStoredByTheirRules)
+{
+    struct Case
+    {
+        const char* Name;
+        Error (*Make)(std::uint32_t);
+        std::uint32_t Value;
+        std::uint32_t Stored;
+    };
+    const Case cases[] = {
+        {"windows 0",
+         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0, 0},
+        {"windows 5",
+         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 5,
+         0x80070005},
+        {"windows wide",
+         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0x12345,
+         0x80072345},
+        {"windows top bit",
+         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0x80004005,
+         0x80004005},
+        {"hresult", [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddHResult(v); }, 5,
+         5},
+        {"ntstatus", [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(v); },
+         0xC0000022, 0xD0000022},
+    };
+    for (const Case& test : cases)
+    {
+        const Error sub = test.Make(test.Value).GetSubError();
+        EXPECT_EQ(sub.GetCode(), Common::SystemErrorCode) << test.Name;
+        EXPECT_EQ(sub.GetNumber("code"), test.Stored) << test.Name;
+        EXPECT_STREQ(sub.GetKeys(), "code,$module") << test.Name;
+    }
+
+    const Error own = Error(COMMON_LOCATION("T"), TestCode).AddHResult(1);
+    EXPECT_STREQ(own.GetSubError().GetLineTag().Function, "Common::Error::AddHResult");
+    EXPECT_STREQ(own.GetSubError().GetLineTag().File, "src/common/Error.cpp");
+}
+
+TEST(ErrorTest, AddHResultTwiceKeepsOnlyTheSecond)
+{
+    Error error(COMMON_LOCATION("Test"), TestCode);
+    error.AddHResult(0x80070005).AddHResult(0x80070002);
+    EXPECT_EQ(ChainLength(error), 2u);
+    EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070002u);
+}
+
+class SystemMessageTest : public ::testing::Test
+{
+protected:
+    static WideString Source(std::uint32_t status, bool ntStatus)
+    {
+        Seen.push_back({status, ntStatus});
+        return Text;
+    }
+    void SetUp() override
+    {
+        Seen.clear();
+        Previous = Common::SetSystemMessageSource(Source);
+    }
+    void TearDown() override { Common::SetSystemMessageSource(Previous); }
+
+    WideString MessageOf(const WideString& text)
+    {
+        Text = text;
+        return Error(COMMON_LOCATION("T"), TestCode).AddHResult(0x80070005).GetSubError().GetMessage();
+    }
+
+    static inline WideString Text;
+    static inline std::vector<std::pair<std::uint32_t, bool>> Seen;
+    Common::SystemMessageSource Previous = nullptr;
+};
+
+TEST_F(SystemMessageTest, OneLineTextLosesLineEndsAndFinalFullStop)
+{
+    EXPECT_EQ(MessageOf(u"Access is denied.\r\n"), u"Access is denied");
+    EXPECT_EQ(MessageOf(u"Ac\rcess\r is denied.\n"), u"Access is denied");
+    EXPECT_EQ(MessageOf(u"No full stop\r\n"), u"No full stop");
+    EXPECT_EQ(MessageOf(u"."), u"");
+    EXPECT_EQ(MessageOf(u""), u"");
+    EXPECT_EQ(MessageOf(u"\r\n"), u"");
+}
+
+TEST_F(SystemMessageTest, TextOfSeveralLinesKeepsItsFullStop)
+{
+    EXPECT_EQ(MessageOf(u"{Access Denied}\r\nA process was refused.\r\n"),
+              u"{Access Denied}\nA process was refused.");
+    EXPECT_EQ(MessageOf(u"one\n\n"), u"one\n");
+}
+
+TEST_F(SystemMessageTest, NtStatusIsAskedWithoutItsMarker)
+{
+    Text = WideString(u"x");
+    Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(0xC0000022).GetSubError().GetMessage();
+    Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(5).GetSubError().GetMessage();
+    ASSERT_EQ(Seen.size(), 2u);
+    EXPECT_EQ(Seen[0], std::make_pair(0xC0000022u, true));
+    EXPECT_EQ(Seen[1], std::make_pair(0x80070005u, false));
+}
+
+TEST(ErrorTest, BuiltInSystemTextsNameUnknownValues)
+{
+    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(5).GetSubError().GetMessage(),
+              u"Access is denied");
+    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddHResult(0x8000FFFF).GetSubError().GetMessage(),
+              u"HRESULT 0x8000FFFF");
+    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(0xC0001234).GetSubError().GetMessage(),
+              u"NTSTATUS 0xC0001234");
+}
+
+TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
+{
+    Error chain;
+    for (int i = 0; i < 1000000; ++i)
+    {
+        Error head(COMMON_LOCATION("Test"), TestCode);
+        head.SetSubError(chain);
+        chain = std::move(head);
+    }
+    EXPECT_EQ(HeadOf(chain)->RefCount.load(), 1u);
+    chain = Error(); // would overflow the stack if release recursed
+    SUCCEED();
+}
+
+TEST(ErrorTest, HandlesCopiedAndReleasedOnManyThreads)
+{
+    const Error shared = Error(COMMON_LOCATION("Test"), TestCode, u"shared").AddHResult(1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+    {
+        threads.emplace_back(
+            [&shared]
+            {
+                for (int i = 0; i < 20000; ++i)
+                {
+                    Error copy = shared;
+                    Error sub = copy.GetSubError();
+                    ASSERT_EQ(sub.GetCode(), Common::SystemErrorCode);
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(HeadOf(shared)->RefCount.load(), 1u);
+    EXPECT_EQ(HeadOf(shared)->Next->RefCount.load(), 1u);
+}
+
+TEST(ErrorTest, OutOfMemoryGivesTheStaticRecord)
+{
+    Error error;
+    {
+        Testing::AllocationCounter counter;
+        counter.FailAfter(0);
+        error = Error(COMMON_LOCATION("Test"), TestCode, u"lost");
+    }
+    EXPECT_EQ(error.GetCode(), Common::OutOfMemoryCode);
+    EXPECT_EQ(error.GetMessage(), u"");
+    const Common::ErrorRecord* oom = HeadOf(error);
+    {
+        Error copy = error;
+        Testing::AllocationCounter counter;
+        counter.FailAfter(0);
+        Error parameters(COMMON_LOCATION("Test"), TestCode, Common::TraceLevelErrorKind, u"lost", {1});
+        EXPECT_EQ(HeadOf(parameters), oom);
+    }
+    error = Error();
+    // Still usable: the static record is never freed.
+    EXPECT_EQ(oom->Code, Common::OutOfMemoryCode);
+    EXPECT_GE(oom->RefCount.load(), 1u);
+}
+
+TEST(ErrorTest, ChainingThatCannotCloneKeepsTheHeadAndDropsTheCause)
+{
+    Error error(COMMON_LOCATION("Test"), TestCode, u"head");
+    const Error other = error;
+    const Error cause(COMMON_LOCATION("Test"), TestCode + 1);
+    {
+        Testing::AllocationCounter counter;
+        counter.FailAfter(0);
+        error.SetSubError(cause);
+    }
+    EXPECT_EQ(HeadOf(error), HeadOf(other));
+    EXPECT_EQ(error.GetSubError().GetCode(), 0u);
+    EXPECT_EQ(HeadOf(cause)->RefCount.load(), 1u);
+}
+
+TEST(ErrorTest, MismatchedParametersAreAssertedAndStoredEmpty)
+{
+    const std::uint32_t flags = Common::GetSafeAssertFlags();
+    Common::SetSafeAssertFlags(Common::SafeAssertReportingOff);
+    const Error error(COMMON_LOCATION("Test"), TestCode, PathFunctionKind, u"m", {7});
+    Common::SetSafeAssertFlags(flags);
+    EXPECT_EQ(std::u16string(error.GetWideString("path")), u"");
+    EXPECT_STREQ(error.GetString("function"), "");
+}
+
+} // namespace
