@@ -55,17 +55,28 @@ ErrorRecord* CopyRecordBlock(const ErrorRecord* record, std::size_t size)
                     record->Size, record->Message, record->Module};
 }
 
-void ReleaseChain(ErrorRecord* record)
+void DestroyChain(ErrorRecord* record)
 {
-    while (record != nullptr)
+    ErrorRecord* next = record->Next;
+    record->Ops->Destroy(record);
+    while (next != nullptr)
     {
-        if (record->RefCount.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        record = next;
+        if (__libc_single_threaded)
+        {
+            const std::uint32_t count = record->RefCount.load(std::memory_order_relaxed);
+            record->RefCount.store(count - 1, std::memory_order_relaxed);
+            if (count != 1)
+            {
+                return;
+            }
+        }
+        else if (record->RefCount.fetch_sub(1, std::memory_order_acq_rel) != 1)
         {
             return;
         }
-        ErrorRecord* next = record->Next;
+        next = record->Next;
         record->Ops->Destroy(record);
-        record = next;
     }
 }
 
@@ -210,10 +221,7 @@ ErrorRecord* MakeTextRecord(std::basic_string_view<Char> text, std::uint32_t cod
 
 ErrorRecord* Acquire(ErrorRecord* record)
 {
-    if (record != nullptr)
-    {
-        record->RefCount.fetch_add(1, std::memory_order_relaxed);
-    }
+    Detail::AddReference(record);
     return record;
 }
 
@@ -245,8 +253,6 @@ Error::Error(ErrorLocation location, std::uint32_t code, WideStringView text, Mo
     }
 }
 
-Error::Error(const Error& other) noexcept : Record(Acquire(other.Record)) {}
-
 Error& Error::operator=(const Error& other) noexcept
 {
     ErrorRecord* previous = Record;
@@ -264,11 +270,6 @@ Error& Error::operator=(Error&& other) noexcept
         other.Record = nullptr;
     }
     return *this;
-}
-
-Error::~Error()
-{
-    Detail::ReleaseChain(Record);
 }
 
 std::uint32_t Error::GetCode() const noexcept

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "common/ErrorLocation.h"
+#include "common/ErrorRecord.h"
 #include "common/WideString.h"
 
 #include <cstdint>
@@ -20,7 +21,6 @@
 namespace Common
 {
 
-struct ErrorRecord;
 class ErrorKind;
 class ErrorParameter;
 
@@ -54,11 +54,11 @@ public:
     Error(ErrorLocation location, std::uint32_t code, const ErrorKind& kind, WideStringView text,
           std::initializer_list<ErrorParameter> values, ModuleTag module = ModuleTag(VELTRIX_MODULE));
 
-    Error(const Error& other) noexcept;
+    Error(const Error& other) noexcept : Record(other.Record) { Detail::AddReference(Record); }
     Error(Error&& other) noexcept : Record(other.Record) { other.Record = nullptr; }
     Error& operator=(const Error& other) noexcept;
     Error& operator=(Error&& other) noexcept;
-    ~Error();
+    ~Error() { Detail::ReleaseChain(Record); }
 
     // The head's code; 0 for success. Failure is any other value.
     std::uint32_t GetCode() const noexcept;

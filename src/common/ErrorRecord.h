@@ -6,6 +6,8 @@
 #include "common/ErrorLocation.h"
 #include "common/WideString.h"
 
+#include <sys/single_threaded.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -54,8 +56,50 @@ void FreeRecord(ErrorRecord* record);
 // A copy of the whole block with RefCount 1 and Next null; null on failure.
 ErrorRecord* CopyRecordBlock(const ErrorRecord* record, std::size_t size);
 
-// Releases one reference and every record that drops to zero behind it, without recursion.
-void ReleaseChain(ErrorRecord* record);
+// Destroys `record`, whose count has dropped to zero, and releases the chain behind it, without recursion.
+void DestroyChain(ErrorRecord* record);
+
+// Counting takes plain loads and stores while the process has never started a second thread: no other
+// thread can see the record then, and the shared library's fast path equals std::shared_ptr's.
+inline void AddReference(ErrorRecord* record) noexcept
+{
+    if (record == nullptr)
+    {
+        return;
+    }
+    if (__libc_single_threaded)
+    {
+        record->RefCount.store(record->RefCount.load(std::memory_order_relaxed) + 1,
+                               std::memory_order_relaxed);
+    }
+    else
+    {
+        record->RefCount.fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+// Releases one reference and every record that drops to zero behind it.
+inline void ReleaseChain(ErrorRecord* record) noexcept
+{
+    if (record == nullptr)
+    {
+        return;
+    }
+    std::uint32_t before;
+    if (__libc_single_threaded)
+    {
+        before = record->RefCount.load(std::memory_order_relaxed);
+        record->RefCount.store(before - 1, std::memory_order_relaxed);
+    }
+    else
+    {
+        before = record->RefCount.fetch_sub(1, std::memory_order_acq_rel);
+    }
+    if (before == 1)
+    {
+        DestroyChain(record);
+    }
+}
 
 // The text a text kind's Message designates (offset or address), or null.
 inline const void* RecordText(const ErrorRecord* record)
