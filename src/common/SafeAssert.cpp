@@ -2,6 +2,7 @@
 
 #include <execinfo.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include <atomic>
 #include <cerrno>
@@ -366,6 +367,31 @@ Answer ShowMessageBox(const char* expression, const char* file, int line)
     }
 }
 
+// The return addresses of the stack, the function this is inlined into first. The unwinder is called
+// directly: a sanitizer's interceptor of backtrace() would add a frame of its own.
+[[gnu::always_inline]] inline int CaptureStack(void** frames, int capacity)
+{
+    struct Walk
+    {
+        void** Frames;
+        int Capacity;
+        int Count;
+    } walk{frames, capacity, 0};
+    _Unwind_Backtrace(
+        [](_Unwind_Context* context, void* argument) -> _Unwind_Reason_Code
+        {
+            auto* state = static_cast<Walk*>(argument);
+            if (state->Count == state->Capacity)
+            {
+                return _URC_END_OF_STACK;
+            }
+            state->Frames[state->Count++] = reinterpret_cast<void*>(_Unwind_GetIP(context));
+            return _URC_NO_REASON;
+        },
+        &walk);
+    return walk.Count;
+}
+
 // Kept out of line so that the stack's first two frames are this function and its public caller.
 [[gnu::noinline]] int Report(const char* text, const char* expression, const char* file, int line)
 {
@@ -398,7 +424,7 @@ Answer ShowMessageBox(const char* expression, const char* file, int line)
     if ((flags & SafeAssertStack) != 0 && (flags & (SafeAssertDebug | SafeAssertLog | SafeAssertEvent)) != 0)
     {
         void* frames[MaxFrames];
-        ReportStack(frames, backtrace(frames, MaxFrames), flags);
+        ReportStack(frames, CaptureStack(frames, MaxFrames), flags);
     }
 
     if ((flags & SafeAssertMessageBox) != 0 && expression != nullptr)

@@ -133,7 +133,8 @@ TEST(ErrorTest, CopiesShareTheChainAndLastReleaseFreesIt)
     EXPECT_EQ(HeadOf(first)->RefCount.load(), 2u);
     second = Error();
     EXPECT_EQ(HeadOf(first)->RefCount.load(), 1u);
-    first = first; // self-assignment keeps the record
+    const Error& alias = first;
+    first = alias; // self-assignment keeps the record
     EXPECT_EQ(first.GetMessage(), u"first");
     Error moved = std::move(first);
     EXPECT_EQ(first.GetCode(), 0u);

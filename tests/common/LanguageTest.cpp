@@ -18,18 +18,9 @@ struct ListCase
     LanguageList Expected;
 };
 
-class BuildLanguageListCases : public ::testing::TestWithParam<ListCase>
+TEST(BuildLanguageList, NormalisesAndAddsFallbacks)
 {
-};
-
-TEST_P(BuildLanguageListCases, NormalisesAndAddsFallbacks)
-{
-    EXPECT_EQ(BuildLanguageList(GetParam().Names), GetParam().Expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, BuildLanguageListCases,
-    ::testing::Values(
+    const ListCase cases[] = {
         ListCase{{"zh-HK"}, {"zh_TW", "zh"}}, ListCase{{"zh_MO"}, {"zh_TW", "zh"}},
         ListCase{{"zh_Hant_TW"}, {"zh_TW", "zh"}}, ListCase{{"zh_CN"}, {"zh"}}, ListCase{{"de-DE"}, {"de"}},
         ListCase{{"de_AT"}, {"de"}}, ListCase{{"es"}, {"es", "es_ES"}}, ListCase{{"es_ES"}, {"es", "es_ES"}},
@@ -40,7 +31,13 @@ INSTANTIATE_TEST_SUITE_P(
         ListCase{{"zh", "zh_TW"}, {"zh", "zh_TW"}}, ListCase{{"de", "fr_FR", "de_AT", "fr"}, {"de", "fr"}},
         ListCase{{"pt_BR", "es", "pt"}, {"pt_BR", "pt", "es", "es_ES"}}, ListCase{{"x", "fr"}, {"fr"}},
         // Nothing usable leaves the default language.
-        ListCase{{}, {"en"}}, ListCase{{"", "x"}, {"en"}}));
+        ListCase{{}, {"en"}}, ListCase{{"", "x"}, {"en"}}};
+    for (const ListCase& test : cases)
+    {
+        SCOPED_TRACE(::testing::PrintToString(test.Names));
+        EXPECT_EQ(BuildLanguageList(test.Names), test.Expected);
+    }
+}
 
 struct LocaleCase
 {
@@ -48,18 +45,9 @@ struct LocaleCase
     LanguageList Expected;
 };
 
-class LanguagesFromLocaleCases : public ::testing::TestWithParam<LocaleCase>
+TEST(LanguagesFromLocale, FirstSetVariableGivesTheList)
 {
-};
-
-TEST_P(LanguagesFromLocaleCases, FirstSetVariableGivesTheList)
-{
-    EXPECT_EQ(LanguagesFromLocale(GetParam().Variables), GetParam().Expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Variables, LanguagesFromLocaleCases,
-    ::testing::Values(
+    const LocaleCase cases[] = {
         // LANGUAGE, LC_ALL, LC_MESSAGES, LANG
         LocaleCase{{"fr:de_DE:zh-HK", "es", "it", "pl"}, {"fr", "de", "zh_TW", "zh"}},
         LocaleCase{{"", "pt_BR.UTF-8", "it", "de"}, {"pt_BR", "pt"}},
@@ -70,7 +58,14 @@ INSTANTIATE_TEST_SUITE_P(
         LocaleCase{{"::", "", "", "fr_FR"}, {"fr"}}, LocaleCase{{"de::C:fr", "", "", ""}, {"de", "fr"}},
         // LC_ALL is a single name, not a list.
         LocaleCase{{"", "fr:de", "", ""}, {"fr"}}, LocaleCase{{"", "", "", ""}, {"en"}},
-        LocaleCase{{"", "C", "", "POSIX"}, {"en"}}));
+        LocaleCase{{"", "C", "", "POSIX"}, {"en"}}};
+    for (const LocaleCase& test : cases)
+    {
+        SCOPED_TRACE(test.Variables.Language + "|" + test.Variables.LcAll + "|" + test.Variables.LcMessages +
+                     "|" + test.Variables.Lang);
+        EXPECT_EQ(LanguagesFromLocale(test.Variables), test.Expected);
+    }
+}
 
 // Records what the registry tells its subscribers.
 std::vector<LanguageList> Notifications;

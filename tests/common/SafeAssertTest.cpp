@@ -197,6 +197,13 @@ TEST_F(SafeAssertTest, DescriptorTargetReceivesTextAndLineFeed)
     EXPECT_EQ(std::string(buffer, size > 0 ? size : 0), "Assertion failed: x, file f.cpp, line 4\n");
 }
 
+// The frame that the reported stack must start with.
+[[gnu::noinline]] void AssertFromHere()
+{
+    SafeAssertFailure("here", "h.cpp", 1);
+    asm volatile(""); // no tail call: this frame stays on the stack
+}
+
 TEST_F(SafeAssertTest, EventHookGetsTextThenStackInOneCall)
 {
     SetSafeAssertFlags(SafeAssertEvent);
@@ -216,8 +223,18 @@ TEST_F(SafeAssertTest, EventHookGetsTextThenStackInOneCall)
     EXPECT_EQ(stack.Code, 27);
     // The reporting code's own frames are left out: the stack starts at the asserting caller.
     EXPECT_EQ(stack.Text.find("SafeAssertFailure"), std::string::npos) << stack.Text;
-    EXPECT_NE(stack.Text.find("common_tests"), std::string::npos) << stack.Text;
     EXPECT_NE(stack.Text.back(), '\n');
+
+    Record.Events.clear();
+    AssertFromHere();
+    ASSERT_EQ(Record.Events.size(), 2u);
+    const std::string& text = Record.Events[1].Text;
+    const std::size_t open = text.find("[0x");
+    ASSERT_NE(open, std::string::npos) << text;
+    const auto first = std::strtoull(text.c_str() + open + 1, nullptr, 16);
+    const auto here = reinterpret_cast<std::uintptr_t>(&AssertFromHere);
+    EXPECT_GT(first, here) << text;
+    EXPECT_LT(first, here + 256) << text;
 }
 
 TEST_F(SafeAssertTest, DebugOutputGetsLinesCutTo538Characters)
