@@ -1,0 +1,36 @@
+// The process's time sources: a 32-bit millisecond tick count (it wraps every 49.7 days) and wall time.
+// The real clock is the default; tests and the reference host install a virtual one, so that timers,
+// schedules and "now" agree on one time that advances only when told to.
+#pragma once
+
+#include <cstdint>
+
+namespace Common
+{
+
+struct WallTime
+{
+    std::int64_t Seconds = 0;     // since 1 January 1970, UTC
+    std::int32_t Nanoseconds = 0; // 0 to 999999999
+};
+
+class Clock
+{
+public:
+    virtual ~Clock() = default;
+    // Milliseconds of a monotonic source, truncated to 32 bits.
+    virtual std::uint32_t GetTickCount() = 0;
+    virtual WallTime GetWallTime() = 0;
+};
+
+// The installed clock. Thread-safe; the pointer is read without a lock.
+Clock& GetClock();
+// Installs `clock` (null restores the real clock); the caller keeps it alive while installed.
+void SetClock(Clock* clock);
+
+inline std::uint32_t GetTickCount()
+{
+    return GetClock().GetTickCount();
+}
+
+} // namespace Common
