@@ -3,15 +3,23 @@
 // Priority: 0 lowest, 1 below normal, 2 normal, 3 above normal; any other value acts as normal.
 #pragma once
 
+#include "common/ThreadId.h"
+
 #include <cstdint>
 #include <memory>
-
-#include "common/ThreadId.h"
 
 namespace Common
 {
 
 using ThreadFunction = unsigned (*)(void* argument);
+
+inline constexpr int LowestPriority = 0;
+inline constexpr int BelowNormalPriority = 1;
+inline constexpr int NormalPriority = 2;
+inline constexpr int AboveNormalPriority = 3;
+
+// What GetExitCode answers while the function still runs.
+inline constexpr std::uint32_t StillActiveExitCode = 259;
 
 class ThreadAccessor
 {
@@ -24,7 +32,7 @@ public:
     virtual ThreadId GetThreadId() = 0;
     virtual void SetPriority(int priority) = 0;
     virtual int GetPriority() = 0;
-    // The function's return value once it ended.
+    // The function's return value once it ended, StillActiveExitCode before.
     virtual std::uint32_t GetExitCode() = 0;
 };
 
@@ -40,8 +48,12 @@ public:
 
     bool Wait(std::uint32_t milliseconds) override;
     void Wait() override;
+    // Not supported: a thread can't be stopped safely in the middle of C++ code. Asserts and does nothing.
     void Terminate() override;
+    // Waits until the thread has started.
     ThreadId GetThreadId() override;
+    // Kept and reported as given (other values as normal); applied to the thread as a nice value where
+    // the process may do so, which lowering always is and raising needs a privilege for.
     void SetPriority(int priority) override;
     int GetPriority() override;
     std::uint32_t GetExitCode() override;
@@ -51,5 +63,11 @@ public:
 private:
     std::shared_ptr<Data> Shared;
 };
+
+namespace Detail
+{
+// Makes the next Common::Thread creation fail with the POSIX `error` (tests).
+void FailNextThreadCreation(int error);
+} // namespace Detail
 
 } // namespace Common
