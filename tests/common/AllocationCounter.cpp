@@ -33,6 +33,8 @@ void* Allocate(std::size_t size)
 
 } // namespace
 
+#ifndef VELTRIX_NO_ALLOCATION_HOOKS
+
 void* operator new(std::size_t size)
 {
     if (void* block = Allocate(size))
@@ -77,8 +79,19 @@ void operator delete[](void* block, std::size_t) noexcept
     std::free(block);
 }
 
+#endif
+
 namespace Testing
 {
+
+bool AllocationCounter::Available()
+{
+#ifdef VELTRIX_NO_ALLOCATION_HOOKS
+    return false;
+#else
+    return true;
+#endif
+}
 
 AllocationCounter::AllocationCounter()
 {

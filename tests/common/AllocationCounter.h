@@ -15,6 +15,9 @@ public:
     AllocationCounter(const AllocationCounter&) = delete;
     AllocationCounter& operator=(const AllocationCounter&) = delete;
 
+    // False where the global allocation functions can't be replaced (ThreadSanitizer brings its own).
+    static bool Available();
+
     std::size_t Count() const;
     std::size_t LastSize() const;
     // Allocations after the next `successes` ones fail (nothrow forms return null, others throw).
@@ -22,3 +25,7 @@ public:
 };
 
 } // namespace Testing
+
+#define SKIP_WITHOUT_ALLOCATION_HOOKS()                                                                      \
+    if (!::Testing::AllocationCounter::Available())                                                          \
+    GTEST_SKIP() << "allocation hooks are not available in this build"

@@ -246,6 +246,7 @@ TEST(ErrorSerializationTest, DeepCopySharesNothingAndInternsNames)
 
 TEST(ErrorSerializationTest, ParseUnderMemoryFailureKeepsWhatIsComplete)
 {
+    SKIP_WITHOUT_ALLOCATION_HOOKS();
     const Bytes bytes = ToBytes(ThreeRecordChain());
     for (std::size_t successes = 0; successes < 64; ++successes)
     {

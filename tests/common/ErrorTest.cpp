@@ -42,6 +42,7 @@ const Common::ErrorKind PathFunctionKind("path,function,$module", {Common::Error
 
 TEST(ErrorTest, CodeZeroIsSuccessWhateverElseIsGiven)
 {
+    SKIP_WITHOUT_ALLOCATION_HOOKS();
     Testing::AllocationCounter allocations;
     const Error narrow(COMMON_LOCATION("Test"), 0, "text");
     const Error wide(COMMON_LOCATION("Test"), 0, u"text");
@@ -103,6 +104,7 @@ TEST(ErrorTest, ParameterKindsAnswerByKeyAndType)
 
 TEST(ErrorTest, CatalogTextIsPointedToWithOneAllocation)
 {
+    SKIP_WITHOUT_ALLOCATION_HOOKS();
     const char16_t* text = Common::GetText(Common::Texts::ConvertFromUtf8Failed);
     std::size_t allocations = 0;
     std::size_t size = 0;
@@ -336,6 +338,7 @@ TEST(ErrorTest, HandlesCopiedAndReleasedOnManyThreads)
 
 TEST(ErrorTest, OutOfMemoryGivesTheStaticRecord)
 {
+    SKIP_WITHOUT_ALLOCATION_HOOKS();
     Error error;
     {
         Testing::AllocationCounter counter;
@@ -360,6 +363,7 @@ TEST(ErrorTest, OutOfMemoryGivesTheStaticRecord)
 
 TEST(ErrorTest, ChainingThatCannotCloneKeepsTheHeadAndDropsTheCause)
 {
+    SKIP_WITHOUT_ALLOCATION_HOOKS();
     Error error(COMMON_LOCATION("Test"), TestCode, u"head");
     const Error other = error;
     const Error cause(COMMON_LOCATION("Test"), TestCode + 1);
