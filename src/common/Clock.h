@@ -21,6 +21,9 @@ public:
     // Milliseconds of a monotonic source, truncated to 32 bits.
     virtual std::uint32_t GetTickCount() = 0;
     virtual WallTime GetWallTime() = 0;
+    // How long a thread should really wait for something due in `milliseconds`: the real clock waits that
+    // long; a virtual clock returns 0xFFFFFFFF (until woken), as its time moves only when advanced.
+    virtual std::uint32_t RealWait(std::uint32_t milliseconds) { return milliseconds; }
 };
 
 // The installed clock. Thread-safe; the pointer is read without a lock.
