@@ -92,24 +92,28 @@ void Release(ThreadPoolThread* thread)
 
 // Runs one function on the calling worker. False if the worker should retire because it could not
 // get back its own priority (raising it again may need a privilege).
-bool Run(ThreadPoolThread* thread, std::uint64_t workerId)
+bool Run(ThreadPoolThread& thread, std::uint64_t workerId, std::uint32_t& exitCode)
 {
     {
-        std::lock_guard<std::mutex> guard(thread->Lock);
-        thread->ThreadId = workerId;
-        thread->Changed.notify_all();
+        std::lock_guard<std::mutex> guard(thread.Lock);
+        thread.ThreadId = workerId;
+        thread.Changed.notify_all();
     }
     const id_t id = static_cast<id_t>(workerId);
     errno = 0;
     const int ownNice = getpriority(PRIO_PROCESS, id);
     const bool changed =
-        NiceOf(thread->Priority) != ownNice && setpriority(PRIO_PROCESS, id, NiceOf(thread->Priority)) == 0;
+        NiceOf(thread.Priority) != ownNice && setpriority(PRIO_PROCESS, id, NiceOf(thread.Priority)) == 0;
 
-    Identity_SetThreadIdentity(thread->Identity);
-    const std::uint32_t exitCode = thread->Function(thread->Argument);
+    Identity_SetThreadIdentity(thread.Identity);
+    exitCode = thread.Function(thread.Argument);
     Identity_SetThreadIdentity(0);
 
-    const bool keep = !changed || setpriority(PRIO_PROCESS, id, ownNice) == 0;
+    return !changed || setpriority(PRIO_PROCESS, id, ownNice) == 0;
+}
+
+void Finish(ThreadPoolThread* thread, std::uint32_t exitCode)
+{
     {
         std::lock_guard<std::mutex> guard(thread->Lock);
         thread->ExitCode = exitCode;
@@ -117,7 +121,6 @@ bool Run(ThreadPoolThread* thread, std::uint64_t workerId)
         thread->Changed.notify_all();
     }
     Release(thread);
-    return keep;
 }
 
 struct WorkerStart
@@ -133,36 +136,36 @@ void* WorkerMain(void* raw)
     ThreadPoolPool& pool = *start.Pool;
     const std::uint64_t workerId = static_cast<std::uint64_t>(gettid());
 
-    ThreadPoolThread* work = start.First;
-    std::unique_lock<std::mutex> lock(pool.Lock);
-    for (;;)
+    for (ThreadPoolThread* work = start.First; work != nullptr;)
     {
-        if (work != nullptr)
+        std::uint32_t exitCode = 0;
+        const bool keep = Run(*work, workerId, exitCode);
+        // The worker is idle again before its caller learns that the function ended, so that the
+        // caller's next function finds it.
+        IdleWorker self;
         {
-            lock.unlock();
-            const bool keep = Run(work, workerId);
-            lock.lock();
-            if (!keep)
+            std::lock_guard<std::mutex> guard(pool.Lock);
+            if (keep && !pool.Stopping)
             {
-                break;
+                pool.Idle.push_back(&self);
+            }
+            else
+            {
+                self.Exit = true;
             }
         }
-        if (pool.Stopping)
-        {
-            break;
-        }
-        IdleWorker self;
-        pool.Idle.push_back(&self);
+        Finish(work, exitCode);
+
+        std::unique_lock<std::mutex> lock(pool.Lock);
         self.Wake.wait(lock, [&self] { return self.Work != nullptr || self.Exit; });
         work = self.Work;
         if (work == nullptr)
         {
-            break;
+            --pool.Workers;
+            // Notified under the lock: ThreadPoolDelete frees the pool only after this thread let go.
+            pool.WorkerExited.notify_all();
         }
     }
-    --pool.Workers;
-    // Notified under the lock: ThreadPoolDelete frees the pool only after this thread has let go of it.
-    pool.WorkerExited.notify_all();
     return nullptr;
 }
 

@@ -128,6 +128,16 @@ void Event::Pulse()
     State->Signalled = false;
 }
 
+std::size_t Event::GetWaiterCount() const
+{
+    if (State == nullptr)
+    {
+        return 0;
+    }
+    std::lock_guard<std::mutex> guard(State->Lock);
+    return State->Waiters.size();
+}
+
 void Event::Wait()
 {
     Wait(Infinite);

@@ -31,6 +31,9 @@ public:
     // The index of a signalled event among `events` (an auto-reset one is consumed), or -1 on time-out.
     static int WaitAny(Event* const* events, std::size_t count, std::uint32_t milliseconds);
 
+    // Threads waiting on it at this moment (diagnostics and tests).
+    std::size_t GetWaiterCount() const;
+
 private:
     struct Data;
     std::unique_ptr<Data> State;

@@ -5,6 +5,7 @@
 #include "common/ErrorKind.h"
 
 #include <cerrno>
+#include <chrono>
 
 namespace Common
 {
@@ -48,6 +49,17 @@ void Semaphore::Wait()
     std::unique_lock<std::mutex> lock(Lock);
     Available.wait(lock, [this] { return Count != 0; });
     --Count;
+}
+
+bool Semaphore::Wait(std::uint32_t milliseconds)
+{
+    std::unique_lock<std::mutex> lock(Lock);
+    if (!Available.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return Count != 0; }))
+    {
+        return false;
+    }
+    --Count;
+    return true;
 }
 
 } // namespace Common

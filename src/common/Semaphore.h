@@ -30,6 +30,8 @@ public:
     // Takes one unit, waiting for it as long as it takes. Code 22 at "Semaphore::Wait" is reserved for a
     // failing system wait, which this implementation cannot have.
     void Wait();
+    // Takes one unit if one comes within `milliseconds`; false otherwise.
+    bool Wait(std::uint32_t milliseconds);
 
 private:
     std::mutex Lock;

@@ -1,0 +1,114 @@
+#include "common/LightMutex.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using Common::LightMutex;
+using namespace std::chrono_literals;
+
+TEST(LightMutexTest, RecursionByOneThreadCreatesNoEvent)
+{
+    LightMutex mutex;
+    mutex.Lock();
+    mutex.Lock();
+    mutex.Lock();
+    mutex.Unlock();
+    mutex.Unlock();
+    mutex.Unlock();
+    EXPECT_FALSE(mutex.HasEvent());
+
+    // Taken in turn by another thread, still without contention.
+    std::thread(
+        [&]
+        {
+            Common::LightMutexLock outer(mutex);
+            Common::LightMutexLock inner(mutex);
+        })
+        .join();
+    EXPECT_FALSE(mutex.HasEvent());
+}
+
+class LightMutexContentionTest : public testing::TestWithParam<bool>
+{
+};
+
+// The holder keeps a second thread out, even across its recursive unlocks, until its last unlock.
+TEST_P(LightMutexContentionTest, ContentionCreatesAnEventThatCleanupFreesAgain)
+{
+    const bool cleanup = GetParam();
+    LightMutex mutex(cleanup);
+    mutex.Lock();
+    mutex.Lock();
+    std::atomic<bool> acquired{false};
+    std::thread contender(
+        [&]
+        {
+            mutex.Lock();
+            acquired.store(true);
+            mutex.Unlock();
+        });
+    while (!mutex.HasEvent())
+    {
+        std::this_thread::sleep_for(1ms);
+    }
+    mutex.Unlock();
+    std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(acquired.load());
+    mutex.Unlock();
+    contender.join();
+    EXPECT_TRUE(acquired.load());
+    EXPECT_EQ(mutex.HasEvent(), !cleanup);
+}
+
+TEST_P(LightMutexContentionTest, CounterOfManyThreadsLosesNoIncrement)
+{
+    const bool cleanup = GetParam();
+    LightMutex mutex(cleanup);
+    long counter = 0;
+    std::vector<std::thread> threads;
+    constexpr int Threads = 4;
+    constexpr int Rounds = 5000;
+    for (int t = 0; t < Threads; ++t)
+    {
+        threads.emplace_back(
+            [&, t]
+            {
+                for (int i = 0; i < Rounds; ++i)
+                {
+                    Common::LightMutexLock outer(mutex);
+                    if ((i + t) % 3 == 0)
+                    {
+                        Common::LightMutexLock inner(mutex);
+                        ++counter;
+                    }
+                    else
+                    {
+                        ++counter;
+                    }
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(counter, Threads * Rounds);
+    if (cleanup)
+    {
+        // The last thread to get it through the event finds nobody waiting and frees it.
+        EXPECT_FALSE(mutex.HasEvent());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutCleanup, LightMutexContentionTest, testing::Bool(),
+                         [](const testing::TestParamInfo<bool>& info)
+                         { return info.param ? "Cleanup" : "KeepEvent"; });
+
+} // namespace
