@@ -100,9 +100,11 @@ public:
 
     ~TimeoutImpl() { SAFE_ASSERT(!Started); }
 
+    // Arming takes no entry lock: no other thread can reach the entry before Add publishes it under the
+    // monitor's lock. (Taking it would also order a cycle's lock before an entry lock that a firing
+    // cycle holds while it takes the cycle's lock.)
     void Start(std::uint32_t delay)
     {
-        MutexLock lock(Lock);
         SAFE_ASSERT(!Started);
         Started = true;
         DueTime = GetMonotonicTicks() + delay;

@@ -16,7 +16,7 @@ struct ThreadCounter
 
 thread_local ThreadCounter Counter;
 
-void* Allocate(std::size_t size)
+[[maybe_unused]] void* Allocate(std::size_t size)
 {
     if (Counter.Active)
     {
