@@ -25,39 +25,17 @@ LightMutex::~LightMutex()
     }
 }
 
-void LightMutex::Lock()
-{
-    const ThreadId self = GetCurrentThreadId();
-    if (LockCount.fetch_add(1) == 0)
-    {
-        Recursion = 1;
-        Owner.store(self, std::memory_order_relaxed);
-    }
-    else if (Owner.load(std::memory_order_relaxed) == self)
-    {
-        // Only this thread ever stores its own id, so a stale read can't match by accident.
-        ++Recursion;
-    }
-    else
-    {
-        WaitForTurn(self);
-    }
-}
-
-void LightMutex::Unlock()
+// The last hold goes, or Unlock was called without one.
+void LightMutex::Release()
 {
     SAFE_ASSERT(Recursion != 0);
     if (Recursion == 0)
     {
         return;
     }
-    if (--Recursion != 0)
-    {
-        LockCount.fetch_sub(1);
-        return;
-    }
+    Recursion = 0;
     Owner.store(0, std::memory_order_relaxed);
-    if (LockCount.fetch_sub(1) > 1)
+    if (SubtractLock() > 1)
     {
         GetEvent()->Set();
     }

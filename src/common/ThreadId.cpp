@@ -4,24 +4,16 @@
 
 namespace Common
 {
-namespace
+namespace Detail
 {
 
-// Initial-exec keeps the lookup to one %fs-relative load: the lock fast paths read it on every call.
-// The core library is linked, not opened late, so its static TLS block is always there.
-thread_local ThreadId CachedId __attribute__((tls_model("initial-exec"))) = 0;
+thread_local constinit ThreadId CurrentThreadId __attribute__((tls_model("initial-exec"))) = 0;
 
-} // namespace
-
-ThreadId GetCurrentThreadId()
+ThreadId FetchCurrentThreadId()
 {
-    ThreadId id = CachedId;
-    if (id == 0)
-    {
-        id = static_cast<ThreadId>(gettid());
-        CachedId = id;
-    }
-    return id;
+    CurrentThreadId = static_cast<ThreadId>(gettid());
+    return CurrentThreadId;
 }
 
+} // namespace Detail
 } // namespace Common
