@@ -1,12 +1,12 @@
 // Common::Event: a manual- or auto-reset event with the platform's semantics, including Pulse and
-// waiting for any of several events. Waits use real time.
+// waiting for any of several events. Waits use real time. Thread-safe; an event must outlive the waits on it.
 #pragma once
+
+#include "common/NonCopyable.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-
-#include "common/NonCopyable.h"
 
 namespace Common
 {

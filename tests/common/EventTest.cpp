@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -186,38 +187,48 @@ TEST(EventTest, WaitAnyIsReleasedBySetOfALaterEventWhichItConsumes)
     EXPECT_EQ(first.GetWaiterCount(), 0u);
 }
 
-// Two auto-reset events set while a WaitAny registers: one releases it, the other keeps its signal.
+// The first of many auto-reset events is set once the waiter has registered with it, the last one as
+// soon as possible: while the waiter still registers with the rest. One releases it, the other keeps its
+// signal.
 TEST(EventTest, SetsRacingWaitAnyAreNeitherLostNorConsumedTwice)
 {
-    for (int round = 0; round < 2000; ++round)
+    constexpr int Count = 64;
+    for (int round = 0; round < 300; ++round)
     {
-        Event first(false, false);
-        Event second(false, false);
-        Event* events[] = {&first, &second};
+        std::vector<std::unique_ptr<Event>> owned;
+        std::vector<Event*> events;
+        for (int i = 0; i < Count; ++i)
+        {
+            owned.push_back(std::make_unique<Event>(false, false));
+            events.push_back(owned.back().get());
+        }
         std::atomic<bool> go{false};
+        std::atomic<bool> returned{false};
         std::thread setFirst(
             [&]
             {
-                while (!go.load())
+                while (events.front()->GetWaiterCount() == 0 && !returned.load())
                 {
+                    std::this_thread::yield();
                 }
-                first.Set();
+                events.front()->Set();
             });
-        std::thread setSecond(
+        std::thread setLast(
             [&]
             {
                 while (!go.load())
                 {
                 }
-                second.Set();
+                events.back()->Set();
             });
         go.store(true);
-        const int released = Event::WaitAny(events, 2, 5000);
+        const int released = Event::WaitAny(events.data(), Count, 5000);
+        returned.store(true);
         setFirst.join();
-        setSecond.join();
-        ASSERT_TRUE(released == 0 || released == 1) << "round " << round;
-        ASSERT_EQ(Event::WaitAny(events, 2, 0), 1 - released) << "round " << round;
-        ASSERT_EQ(Event::WaitAny(events, 2, 0), -1) << "round " << round;
+        setLast.join();
+        ASSERT_TRUE(released == 0 || released == Count - 1) << "round " << round << ": " << released;
+        ASSERT_EQ(Event::WaitAny(events.data(), Count, 0), Count - 1 - released) << "round " << round;
+        ASSERT_EQ(Event::WaitAny(events.data(), Count, 0), -1) << "round " << round;
     }
 }
 
