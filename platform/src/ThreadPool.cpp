@@ -18,10 +18,6 @@
 #include <string>
 #include <vector>
 
-#ifndef VELTRIX_MODULE
-#define VELTRIX_MODULE "VeltrixPlatform/1.0.0"
-#endif
-
 // One function run: shared by the caller's handle and the worker until both let go.
 struct ThreadPoolThread
 {
