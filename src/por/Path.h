@@ -4,12 +4,12 @@
 // resolves to null (or 0xfa001b "POR: Branch '{0}' cannot be found." in the branch forms).
 #pragma once
 
+#include "common/WideString.h"
+#include "por/Forward.h"
+
 #include <cstddef>
 #include <string_view>
 #include <vector>
-
-#include "common/WideString.h"
-#include "por/Forward.h"
 
 namespace Por
 {
@@ -42,13 +42,15 @@ public:
     std::vector<Common::WideString> Paths;
 };
 
-// Walks the properties named by `path`, calling the walker for each step.
+// Walks the properties named by `path`, calling the walker for each step. A malformed path throws
+// 0xfa0001 before the first event.
 void WalkPath(Common::WideStringView path, PathWalker& walker);
 
 // The unit at `path`, or null when a step is missing. A trait step that is missing or not unique throws
 // (0xfa001d, 0xfa001c); an array index beyond the end throws 0xfa000f.
 const View::Unit* ResolvePath(Common::WideStringView path, const View::Unit& unit);
-// As ResolvePath, but a missing node throws 0xfa001b.
+// As ResolvePath, but a missing node throws 0xfa001b. Trait values are read-only views on the changing
+// faces, so a trait step there ends in 0xfa001b too (after the trait's own checks).
 const View::Unit& ResolveBranch(Common::WideStringView path, const View::Unit& unit);
 Modification::Unit& ResolveBranch(Common::WideStringView path, Modification::Unit& unit);
 Construction::Unit& ResolveBranch(Common::WideStringView path, Construction::Unit& unit);
@@ -64,10 +66,13 @@ Common::WideString MakeElementPath(Common::WideStringView base, std::size_t inde
 UnitPtr PutUnitInLocation(Common::WideStringView path, const View::Unit& source,
                           const Construction::UnitFactory& factory);
 // Sets a copy of `source` at `path` in `root`, creating missing levels as composites and replacing only
-// the last; returns the root (with an empty path, the copy itself).
+// the last; returns the root (with an empty path, the copy itself; a null root starts as a composite).
+// A non-composite on the way throws 0xfa0001 "POR: An internal error has occurred." with the path and
+// the name in its sub-error, and leaves the root unchanged.
 UnitPtr PutUnitInLocationEx(UnitPtr root, Common::WideStringView path, const View::Unit& source,
                             const Construction::UnitFactory& factory);
 // Removes the node at `path` (a property, an array element or the traits of a name); true if removed.
+// A path that leads nowhere, or through a trait value, gives false.
 bool RemoveAtPath(Construction::Unit& root, Common::WideStringView path);
 
 // Paths of every node that has the trait (with that value), depth first; the consumer may stop it.

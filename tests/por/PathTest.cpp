@@ -73,30 +73,15 @@ TEST(WalkPathTest, StepsAndMalformedPaths)
 class ResolvePathTest : public testing::Test
 {
 protected:
-    const UnitPtr Root = Util::Build()
-                             .Composite()
-                             .Trait("Is", u"Root")
-                             .Property("a..b", 1u)
-                             .Property("a")
-                             .Composite()
-                             .Trait("Is", u"X")
-                             .Trait("Is", u"Y")
-                             .Property("b", 2u)
-                             .End()
-                             .Property("x.y", 3u)
-                             .Property("1", 4u)
-                             .Property("list")
-                             .Array()
-                             .Element(10u)
-                             .Composite()
-                             .Trait("T")
-                             .Composite()
-                             .Property("x", 12u)
-                             .End()
-                             .Property("x", 11u)
-                             .End()
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr Root = Util::Build().Composite().Trait("Is", u"Root")
+        .Property("a..b", 1u).Property("x.y", 3u).Property("1", 4u)
+        .Property("a").Composite().Trait("Is", u"X").Trait("Is", u"Y").Property("b", 2u).End()
+        .Property("list").Array()
+            .Element(10u)
+            .Composite().Trait("T").Composite().Property("x", 12u).End().Property("x", 11u).End()
+        .Done();
+    // clang-format on
 };
 
 TEST_F(ResolvePathTest, FindsNodesOrNull)
@@ -106,15 +91,17 @@ TEST_F(ResolvePathTest, FindsNodesOrNull)
         std::u16string Path;
         int Expected; // the dword found, -1 for null
     };
+    // clang-format off
     const Case cases[] = {
-        {u".a..b", 1},                   // one token, unlike the simple walk
-        {u".a.b", 2},       {u"a.b", 2}, // a bare first token is a property
-        {u".x&d;y", 3},     {u".1", 4},           {u".list.0", 10},
-        {u".list.1.x", 11}, {u".list.1^T.x", 12}, // into a trait's value
-        {u".a.b.", 2},                            // an empty token ends the walk where it is
-        {u".list.one", -1}, {u".list.-1", -1},    {u".list.99999999999999999999999", -1},
-        {u".a.b.c", -1},    {u".missing", -1},
+        {u".a..b", 1}, // one token, unlike the simple walk
+        {u".a.b", 2}, {u"a.b", 2}, // a bare first token is a property
+        {u".x&d;y", 3}, {u".1", 4}, {u".list.0", 10}, {u".list.1.x", 11},
+        {u".list.1^T.x", 12}, // into a trait's value
+        {u".a.b.", 2}, // an empty token ends the walk where it is
+        {u".list.one", -1}, {u".list.-1", -1}, {u".list.99999999999999999999999", -1},
+        {u".a.b.c", -1}, {u".missing", -1},
     };
+    // clang-format on
     for (const Case& test : cases)
     {
         SCOPED_TRACE(testing::PrintToString(test.Path));
@@ -169,28 +156,16 @@ TEST(PathTokenTest, EscapesAndMakesPaths)
 
 TEST(PutUnitInLocationTest, BuildsTheWayAndCarriesAWholeTree)
 {
-    const UnitPtr source = Util::Build()
-                               .Composite()
-                               .Trait("Is", u"S")
-                               .Property("list")
-                               .Array()
-                               .Value(1u)
-                               .Trait("Mark", nullptr)
-                               .End()
-                               .Composite()
-                               .Property("e", Common::Guid{1, 2, 3, {4}})
-                               .End()
-                               .Array()
-                               .End()
-                               .End()
-                               .Property("t")
-                               .Value(u"v")
-                               .Trait("Inner")
-                               .Array()
-                               .Element(std::int8_t{-1})
-                               .End()
-                               .End()
-                               .Done();
+    // clang-format off
+    const UnitPtr source = Util::Build().Composite().Trait("Is", u"S")
+        .Property("list").Array()
+            .Value(1u).Trait("Mark", nullptr).End()
+            .Composite().Property("e", Common::Guid{1, 2, 3, {4}}).End()
+            .Array().End()
+        .End()
+        .Property("t").Value(u"v").Trait("Inner").Array().Element(std::int8_t{-1})
+        .Done();
+    // clang-format on
     const UnitPtr placed = Util::PutUnitInLocation(u".a..b", *source, Factory);
     const View::Unit& inner = Util::GetPropertyValue(Util::GetPropertyValue(*placed, "a"), "");
     EXPECT_TRUE(UnitEqual(Util::GetPropertyValue(inner, "b"), *source)) << Util::UnitToString(*placed);
@@ -203,37 +178,20 @@ TEST(PutUnitInLocationTest, BuildsTheWayAndCarriesAWholeTree)
 
 TEST(PutUnitInLocationTest, ExCreatesMissingLevelsAndReplacesOnlyTheLast)
 {
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Property("a")
-                             .Composite()
-                             .Property("keep", 1u)
-                             .Property("b")
-                             .Composite()
-                             .Property("old", 1u)
-                             .End()
-                             .End()
-                             .Property("s", 5u)
-                             .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite()
+        .Property("a").Composite().Property("keep", 1u).Property("b").Composite().Property("old", 1u).End().End()
+        .Property("s", 5u)
+        .Done();
     const UnitPtr source = Factory.CreateString(u"new");
     EXPECT_EQ(Util::PutUnitInLocationEx(root, u".a.b", *source, Factory), root);
     Util::PutUnitInLocationEx(root, u".n.m.k", *source, Factory);
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("a")
-                                 .Composite()
-                                 .Property("keep", 1u)
-                                 .Property("b", u"new")
-                                 .End()
-                                 .Property("n")
-                                 .Composite()
-                                 .Property("m")
-                                 .Composite()
-                                 .Property("k", u"new")
-                                 .End()
-                                 .End()
-                                 .Property("s", 5u)
-                                 .Done();
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("a").Composite().Property("keep", 1u).Property("b", u"new").End()
+        .Property("n").Composite().Property("m").Composite().Property("k", u"new").End().End()
+        .Property("s", 5u)
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*root, *expected)) << Util::UnitToString(*root);
 
     const UnitPtr before = Util::Copy(*root, Factory);
@@ -244,6 +202,8 @@ TEST(PutUnitInLocationTest, ExCreatesMissingLevelsAndReplacesOnlyTheLast)
     EXPECT_EQ(error.GetSubError().GetMessage(), u"Path .s.x.y contains non composite unit 's'");
     EXPECT_TRUE(UnitEqual(*root, *before));
 
+    const UnitPtr fresh = Util::PutUnitInLocationEx(nullptr, u".k", *source, Factory);
+    EXPECT_TRUE(UnitEqual(*fresh, *Util::Build().Composite().Property("k", u"new").Done()));
     const UnitPtr replaced = Util::PutUnitInLocationEx(root, u"", *source, Factory);
     EXPECT_NE(replaced, source);
     EXPECT_TRUE(UnitEqual(*replaced, *source));
@@ -251,22 +211,12 @@ TEST(PutUnitInLocationTest, ExCreatesMissingLevelsAndReplacesOnlyTheLast)
 
 TEST(RemoveAtPathTest, RemovesPropertiesElementsAndTraitsAndToleratesMissingPaths)
 {
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Trait("Is", u"A")
-                             .Trait("Is", u"B")
-                             .Trait("Keep", nullptr)
-                             .Property("a")
-                             .Composite()
-                             .Property("b", 1u)
-                             .Property("c", 1u)
-                             .End()
-                             .Property("list")
-                             .Array()
-                             .Element(1u)
-                             .Element(2u)
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite().Trait("Is", u"A").Trait("Is", u"B").Trait("Keep", nullptr)
+        .Property("a").Composite().Property("b", 1u).Property("c", 1u).End()
+        .Property("list").Array().Element(1u).Element(2u)
+        .Done();
+    // clang-format on
     struct Case
     {
         std::u16string Path;
@@ -280,51 +230,27 @@ TEST(RemoveAtPathTest, RemovesPropertiesElementsAndTraitsAndToleratesMissingPath
     {
         EXPECT_EQ(Util::RemoveAtPath(*root, test.Path), test.Removed) << testing::PrintToString(test.Path);
     }
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Trait("Keep", nullptr)
-                                 .Property("a")
-                                 .Composite()
-                                 .Property("c", 1u)
-                                 .End()
-                                 .Property("list")
-                                 .Array()
-                                 .Element(2u)
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite().Trait("Keep", nullptr)
+        .Property("a").Composite().Property("c", 1u).End()
+        .Property("list").Array().Element(2u)
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*root, *expected)) << Util::UnitToString(*root);
 }
 
 TEST(TraitPathEnumeratorTest, DepthFirstThroughElementsAndTraitValues)
 {
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Trait("M", 1u)
-                             .Trait("T")
-                             .Composite()
-                             .Property("x")
-                             .Composite()
-                             .Trait("M", 2u)
-                             .End()
-                             .End()
-                             .Property("b")
-                             .Composite()
-                             .Trait("M", 1u)
-                             .End()
-                             .Property("a")
-                             .Array()
-                             .Composite()
-                             .Trait("M", 2u)
-                             .End()
-                             .Element(1u)
-                             .Composite()
-                             .Property("c.d")
-                             .Composite()
-                             .Trait("M", 1u)
-                             .End()
-                             .End()
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite().Trait("M", 1u)
+        .Trait("T").Composite().Property("x").Composite().Trait("M", 2u).End().End()
+        .Property("b").Composite().Trait("M", 1u).End()
+        .Property("a").Array()
+            .Composite().Trait("M", 2u).End()
+            .Element(1u)
+            .Composite().Property("c.d").Composite().Trait("M", 1u)
+        .Done();
+    // clang-format on
     Util::PathCollector all;
     Util::EnumerateTraitPaths(*root, "M", all);
     EXPECT_EQ(all.Paths, (std::vector<std::u16string>{u"", u".a.0", u".a.2.c&d;d", u".b", u"^T.x"}));
