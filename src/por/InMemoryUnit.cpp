@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <span>
 #include <vector>
 
 namespace Por
@@ -34,17 +36,16 @@ private:
     UnitPtr Value;
 };
 
-// Sorted by name, and among equal names by value (Compare); an equal pair is kept once.
+// Sorted by name, and among equal names by value (Compare); an equal pair is kept once. The first trait
+// lives inline, since nearly every unit that has traits has one ("Is", "PrimaryKey", "Nil"); a second one
+// moves all of them into a vector.
 class TraitsHolder final : public Construction::Traits
 {
 public:
     void ForEachNamed(std::string_view name, ItemProcessor<const View::Trait>& processor) const override
     {
-        if (Items == nullptr)
-        {
-            return;
-        }
-        auto [first, last] = NameRange(name);
+        const std::span<const TraitPtr> items = Items();
+        auto [first, last] = std::equal_range(items.begin(), items.end(), name, NameLess{});
         for (; first != last; ++first)
         {
             if (processor.Process(**first))
@@ -56,11 +57,7 @@ public:
 
     void ForEach(ItemProcessor<const View::Trait>& processor) const override
     {
-        if (Items == nullptr)
-        {
-            return;
-        }
-        for (const TraitPtr& trait : *Items)
+        for (const TraitPtr& trait : Items())
         {
             if (processor.Process(*trait))
             {
@@ -75,29 +72,48 @@ public:
         {
             throw MakeNullUnitError(COMMON_LOCATION("Por::Detail::TraitsHolderImpl::Add"));
         }
-        if (Items == nullptr)
+        if (Many == nullptr && Single == nullptr)
         {
-            Items = std::make_unique<std::vector<TraitPtr>>();
+            Single = std::move(trait);
+            return;
         }
-        const auto position = std::lower_bound(Items->begin(), Items->end(), trait,
+        if (Many == nullptr)
+        {
+            const int order = Order(*Single, *trait);
+            if (order == 0)
+            {
+                return;
+            }
+            Many = std::make_unique<std::vector<TraitPtr>>();
+            Many->reserve(4);
+            Many->push_back(std::move(Single));
+            Many->insert(order < 0 ? Many->end() : Many->begin(), std::move(trait));
+            return;
+        }
+        const auto position = std::lower_bound(Many->begin(), Many->end(), trait,
                                                [](const TraitPtr& left, const TraitPtr& right)
                                                { return Order(*left, *right) < 0; });
-        if (position != Items->end() && Order(**position, *trait) == 0)
+        if (position != Many->end() && Order(**position, *trait) == 0)
         {
             return; // an equal pair stays once
         }
-        Items->insert(position, std::move(trait));
+        Many->insert(position, std::move(trait));
     }
 
     std::size_t Remove(std::string_view name) override
     {
-        if (Items == nullptr)
+        if (Many == nullptr)
         {
-            return 0;
+            if (Single == nullptr || Single->GetName() != name)
+            {
+                return 0;
+            }
+            Single.reset();
+            return 1;
         }
-        auto [first, last] = NameRange(name);
+        auto [first, last] = std::equal_range(Many->begin(), Many->end(), name, NameLess{});
         const auto removed = static_cast<std::size_t>(last - first);
-        Items->erase(first, last);
+        Many->erase(first, last);
         return removed;
     }
 
@@ -108,10 +124,13 @@ private:
         return names != 0 ? names : Compare(left.GetValue(), right.GetValue());
     }
 
-    std::pair<std::vector<TraitPtr>::iterator, std::vector<TraitPtr>::iterator>
-    NameRange(std::string_view name) const
+    std::span<const TraitPtr> Items() const
     {
-        return std::equal_range(Items->begin(), Items->end(), name, NameLess{});
+        if (Many != nullptr)
+        {
+            return {Many->data(), Many->size()};
+        }
+        return Single != nullptr ? std::span<const TraitPtr>(&Single, 1) : std::span<const TraitPtr>();
     }
 
     struct NameLess
@@ -126,7 +145,8 @@ private:
         }
     };
 
-    std::unique_ptr<std::vector<TraitPtr>> Items;
+    TraitPtr Single;
+    std::unique_ptr<std::vector<TraitPtr>> Many;
 };
 
 class PropertyHolder final : public Construction::Property
@@ -137,6 +157,32 @@ public:
     const View::Unit& GetValue() const override { return *Value; }
     Construction::Unit& GetValue() override { return *Value; }
     const UnitPtr& GetValuePointer() const override { return Value; }
+
+private:
+    std::string Name;
+    UnitPtr Value;
+};
+
+// A property placed in its own value's block. Deleting it clears the slot (its first word, so the slot
+// reads as free again) and lets the value go last, since the value may be the block's last owner.
+class EmbeddedPropertyHolder final : public Construction::Property
+{
+public:
+    EmbeddedPropertyHolder(std::string name, UnitPtr value) : Name(std::move(name)), Value(std::move(value))
+    {
+    }
+    const std::string& GetName() const override { return Name; }
+    const View::Unit& GetValue() const override { return *Value; }
+    Construction::Unit& GetValue() override { return *Value; }
+    const UnitPtr& GetValuePointer() const override { return Value; }
+
+    static void operator delete(EmbeddedPropertyHolder* self, std::destroying_delete_t)
+    {
+        UnitPtr value = std::move(self->Value);
+        self->~EmbeddedPropertyHolder();
+        std::memset(static_cast<void*>(self), 0, sizeof(void*));
+        value.reset();
+    }
 
 private:
     std::string Name;
@@ -385,12 +431,13 @@ public:
 private:
     using Storage = std::vector<PropertyPtr>;
 
-    // Growth by at least half the size, starting small: most composites have a handful of properties.
+    // Doubling (at least the half that the growth needs), from four: most composites are small, and fewer
+    // reallocations matter more than the few pointers left unused.
     void Grow()
     {
         if (Items.size() == Items.capacity())
         {
-            Items.reserve(Items.size() + std::max<std::size_t>(Items.size() / 2, 4));
+            Items.reserve(std::max<std::size_t>(Items.size() * 2, 4));
         }
     }
 
@@ -470,9 +517,23 @@ public:
     void Visit(Construction::UnitBuilder& builder) override { builder.Visit(Value); }
     Construction::Traits& GetTraits() override { return Traits; }
 
+    Construction::Property* EmbedProperty(std::string& name, UnitPtr& self) override
+    {
+        void* first = nullptr;
+        std::memcpy(&first, Slot, sizeof first);
+        if (first != nullptr || self.get() != this)
+        {
+            return nullptr; // the slot holds a property already
+        }
+        return new (static_cast<void*>(Slot)) EmbeddedPropertyHolder(std::move(name), std::move(self));
+    }
+
 private:
     Holder Value;
     TraitsHolder Traits;
+    // Room for the property that owns this unit (most units are property values); a free slot's first
+    // word is zero, a used one's is the property's virtual table.
+    alignas(EmbeddedPropertyHolder) unsigned char Slot[sizeof(EmbeddedPropertyHolder)] = {};
 };
 
 template <typename Holder, typename... Arguments>
@@ -573,7 +634,21 @@ PropertyPtr InMemoryUnitFactory::CreateProperty(std::string name, UnitPtr unit) 
     {
         throw MakeNullUnitError(COMMON_LOCATION("Por::Construction::InMemoryUnitFactory::CreateProperty"));
     }
+    if (Construction::Property* embedded = unit->EmbedProperty(name, unit))
+    {
+        return PropertyPtr(embedded);
+    }
     return std::make_unique<PropertyHolder>(std::move(name), std::move(unit));
+}
+
+} // namespace Construction
+
+namespace Construction
+{
+
+Property* Unit::EmbedProperty(std::string&, UnitPtr&)
+{
+    return nullptr;
 }
 
 } // namespace Construction

@@ -85,6 +85,12 @@ public:
     using View::Unit::GetTraits;
     virtual void Visit(UnitBuilder& builder) = 0;
     virtual Traits& GetTraits() = 0;
+
+    // A property that owns this unit, placed in the unit's own block when the unit keeps room for one
+    // (in-memory units do), so that a property and its value take one allocation. On success the property
+    // has taken `name` and `self`, the owning pointer to this unit; otherwise both are left and the
+    // result is null.
+    virtual Property* EmbedProperty(std::string& name, UnitPtr& self);
 };
 
 class Traits : public Modification::Traits
