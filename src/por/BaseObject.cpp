@@ -2,6 +2,7 @@
 
 #include "common/CatalogIds.h"
 #include "por/Errors.h"
+#include "por/MatchingPatternFinalizer.h"
 #include "por/Path.h"
 #include "por/TraitUtil.h"
 #include "por/Values.h"
@@ -145,6 +146,13 @@ UnitPtr BaseObject::ToUnit() const
     }
     Util::RemoveTrait(*copy, NilTraitName); // the branch itself stays, as a value
     return copy;
+}
+
+ConstUnitPtr BaseObject::ToPattern() const
+{
+    UnitPtr pattern = ToUnit();
+    MatchingPatternFinalizer(Factory()).Finalize(*pattern);
+    return pattern;
 }
 
 void BaseObject::SetUnit(std::string_view name, UnitPtr value)

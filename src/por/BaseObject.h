@@ -59,6 +59,8 @@ public:
     }
     // A deep copy of the branch without the nodes marked "Nil", at any depth.
     UnitPtr ToUnit() const;
+    // ToUnit turned into a pattern that matches objects with these values (query by example).
+    ConstUnitPtr ToPattern() const;
 
 protected:
     // The property's value of exactly the kind of T. A missing property goes to the handler's

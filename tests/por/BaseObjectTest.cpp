@@ -4,6 +4,7 @@
 #include "por/Compare.h"
 #include "por/ConversionErrors.h"
 #include "por/Dictionary.h"
+#include "por/Match.h"
 #include "por/TraitUtil.h"
 #include "por/UnitBuilder.h"
 #include "por/UnitPrinter.h"
@@ -157,6 +158,19 @@ TEST(BaseObjectTest, SettingBelowNilSubObjectsMakesTheWholeWayAppear)
                                  .Done();
     EXPECT_TRUE(UnitEqual(*record.ToUnit(), *expected)) << Util::UnitToString(*record.ToUnit());
     EXPECT_EQ(record.GetDetails().GetInner().GetSpecific(), 5u);
+}
+
+TEST(BaseObjectTest, ToPatternAsksForTheSetValuesOnly)
+{
+    Record record(Factory.CreateComposite());
+    record.SetNil("Count", Factory.CreateDWord(0));
+    record.SetName(u"x");
+    const ConstUnitPtr pattern = record.ToPattern();
+    EXPECT_EQ(Util::FindPropertyValue(*pattern, "Count"), nullptr);
+    EXPECT_TRUE(Util::HasTraitWithValue(Util::GetPropertyValue(*pattern, "Name"), "EqualValue", u"x"));
+    EXPECT_TRUE(Match(*record.ToUnit(), *pattern));
+    record.SetName(u"y");
+    EXPECT_FALSE(Match(*record.ToUnit(), *pattern));
 }
 
 TEST(BaseObjectTest, UninitialisedAccessorsAndMissingDefaultThrow)
