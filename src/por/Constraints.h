@@ -1,5 +1,5 @@
 // Constraint builders: small objects that add one operator to a node of a pattern under construction, so
-// that specifications are written in code as lists of constraints applied in order:
+// that query patterns are written in code as lists of constraints applied in order:
 //   Por::Unit pattern; IsConstraint(u"Tol::History::Plain::Activity").Apply(pattern);
 //   ValueInConstraint<std::set<std::uint32_t>>({3, 5}).Apply(pattern["State"]);
 #pragma once
