@@ -1,5 +1,6 @@
 #include "por/ValueKind.h"
 
+#include "por/Errors.h"
 #include "por/Visitor.h"
 
 namespace Por
@@ -53,6 +54,14 @@ ResolvedValue Resolve(const View::Unit& unit)
     Read(unit, resolver);
     return resolved;
 }
+
+namespace Detail
+{
+void ThrowUnexpectedKind(ValueKind kind)
+{
+    throw Util::Detail::MakeUnexpectedTypeMismatchError(kind);
+}
+} // namespace Detail
 
 ValueKind GetValueTypeIndex(const View::Unit& unit)
 {

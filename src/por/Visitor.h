@@ -137,6 +137,126 @@ public:
 };
 } // namespace Construction
 
+// Visitors that do nothing, and visitors that throw the unexpected-type mismatch (0xfa000a) for every
+// kind; a visitor that accepts one kind derives from the throwing one and overrides that operation.
+namespace Detail
+{
+[[noreturn]] void ThrowUnexpectedKind(ValueKind kind);
+} // namespace Detail
+
+#define POR_NULL_OPERATIONS(CONST, FACE) POR_FORWARD_VISITOR_OPERATIONS(CONST, FACE, (void)value)
+#define POR_THROWING_OPERATIONS(CONST, FACE)                                                                 \
+    void Visit(CONST FACE::CompositeValue&) override                                                         \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Composite);                                                   \
+    }                                                                                                        \
+    void Visit(CONST FACE::ArrayValue&) override                                                             \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Array);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ComplexValue<Common::Error>&) override                                            \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Error);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ComplexValue<String>&) override                                                   \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::String);                                                      \
+    }                                                                                                        \
+    void Visit(CONST FACE::ComplexValue<Common::Guid>&) override                                             \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Guid);                                                        \
+    }                                                                                                        \
+    void Visit(CONST FACE::ComplexValue<Blob>&) override                                                     \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Blob);                                                        \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<double>&) override                                                    \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Double);                                                      \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::int64_t>&) override                                              \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::SQWord);                                                      \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::uint64_t>&) override                                             \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::QWord);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::int32_t>&) override                                              \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::SDWord);                                                      \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::uint32_t>&) override                                             \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::DWord);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::int16_t>&) override                                              \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::SWord);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::uint16_t>&) override                                             \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Word);                                                        \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::int8_t>&) override                                               \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::SByte);                                                       \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<std::uint8_t>&) override                                              \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Byte);                                                        \
+    }                                                                                                        \
+    void Visit(CONST FACE::ScalarValue<bool>&) override                                                      \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Boolean);                                                     \
+    }                                                                                                        \
+    void Visit(CONST FACE::NilValue&) override                                                               \
+    {                                                                                                        \
+        Detail::ThrowUnexpectedKind(ValueKind::Nil);                                                         \
+    }
+
+namespace View
+{
+class NullVisitor : public UnitReader
+{
+public:
+    POR_NULL_OPERATIONS(const, View)
+};
+class TypeMismatchThrowingVisitor : public UnitReader
+{
+public:
+    POR_THROWING_OPERATIONS(const, View)
+};
+} // namespace View
+
+namespace Modification
+{
+class NullVisitor : public UnitWriter
+{
+public:
+    POR_NULL_OPERATIONS(, Modification)
+};
+class TypeMismatchThrowingVisitor : public UnitWriter
+{
+public:
+    POR_THROWING_OPERATIONS(, Modification)
+};
+} // namespace Modification
+
+namespace Construction
+{
+class NullVisitor : public UnitBuilder
+{
+public:
+    POR_NULL_OPERATIONS(, Construction)
+};
+class TypeMismatchThrowingVisitor : public UnitBuilder
+{
+public:
+    POR_THROWING_OPERATIONS(, Construction)
+};
+} // namespace Construction
+
 namespace Detail
 {
 

@@ -336,3 +336,27 @@ TEST(UnitExplorerTest, VisitsTraitsBeforeValuesDepthFirst)
 }
 
 } // namespace
+
+namespace
+{
+
+TEST(VisitorTest, ThrowingVisitorAcceptsOnlyWhatItOverrides)
+{
+    struct CompositeOnly : Por::View::TypeMismatchThrowingVisitor
+    {
+        using TypeMismatchThrowingVisitor::Visit;
+        void Visit(const Por::View::CompositeValue&) override { Seen = true; }
+        bool Seen = false;
+    };
+    CompositeOnly visitor;
+    Por::GetUnitFactory().CreateComposite()->Visit(visitor);
+    EXPECT_TRUE(visitor.Seen);
+    const Common::Error error = Failure([&] { Por::GetUnitFactory().CreateGuid({})->Visit(visitor); });
+    EXPECT_EQ(error.GetCode(), 0xfa000au);
+    EXPECT_EQ(error.GetMessage(), u"POR: There is a mismatch in object internal structure. Actual object of type "
+                                  u"'guid' is not expected.");
+    Por::View::NullVisitor nothing;
+    Por::GetUnitFactory().CreateNil()->Visit(nothing);
+}
+
+} // namespace
