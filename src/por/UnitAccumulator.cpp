@@ -41,6 +41,15 @@ void UnitAccumulator::Take(UnitPtr unit)
     if (top->Unit == nullptr)
     {
         top->Unit = std::move(unit);
+        for (TraitPtr& trait : top->PendingTraits)
+        {
+            top->Unit->GetTraits().Add(std::move(trait));
+        }
+        top->PendingTraits.clear();
+        if (Frames.size() == 1 && top->State == FrameState::Value)
+        {
+            Root = top->Unit;
+        }
         return;
     }
     if (IsArray(*top->Unit))
@@ -183,11 +192,36 @@ void UnitAccumulator::BeginProperty(std::string_view name)
     SAFE_ASSERT_TEXT(false, "UnitAccumulator: a property of a value that has none");
 }
 
+void UnitAccumulator::BeginUnit()
+{
+    Frame* top = Top();
+    if (top == nullptr)
+    {
+        SAFE_ASSERT_TEXT(Root == nullptr, "UnitAccumulator: a second root");
+        if (Root == nullptr)
+        {
+            Frames.push_back(Frame{{}, FrameState::Value, nullptr});
+            Frames.back().Begun = true;
+        }
+        return;
+    }
+    if (!top->Begun)
+    {
+        top->Begun = true; // the value of the property or trait just opened
+        return;
+    }
+    if (top->Unit != nullptr && IsArray(*top->Unit))
+    {
+        Frames.push_back(Frame{{}, FrameState::ArrayElement, nullptr});
+        Frames.back().Begun = true;
+    }
+}
+
 void UnitAccumulator::BeginTrait(std::string_view name)
 {
     Frame* top = Top();
-    SAFE_ASSERT_TEXT(top != nullptr && top->Unit != nullptr, "UnitAccumulator: a trait outside a unit");
-    if (top != nullptr && top->Unit != nullptr)
+    SAFE_ASSERT_TEXT(top != nullptr, "UnitAccumulator: a trait outside a unit");
+    if (top != nullptr)
     {
         Frames.push_back(Frame{std::string(name), FrameState::Trait, nullptr});
     }
@@ -203,11 +237,21 @@ void UnitAccumulator::End()
     Frame frame = std::move(Frames.back());
     Frames.pop_back();
     Frame* parent = Top();
-    if (parent == nullptr || parent->Unit == nullptr)
+    if (parent == nullptr)
     {
         return; // the root is finished
     }
     UnitPtr unit = frame.Unit != nullptr ? std::move(frame.Unit) : Factory.CreateNil();
+    if (parent->Unit == nullptr)
+    {
+        // Only traits can come before their unit's value.
+        SAFE_ASSERT_TEXT(frame.State == FrameState::Trait, "UnitAccumulator: a value without its unit");
+        if (frame.State == FrameState::Trait)
+        {
+            parent->PendingTraits.push_back(Factory.CreateTrait(std::move(frame.Name), std::move(unit)));
+        }
+        return;
+    }
     switch (frame.State)
     {
     case FrameState::Property:

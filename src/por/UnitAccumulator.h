@@ -8,6 +8,7 @@
 
 #include <deque>
 #include <string>
+#include <vector>
 
 namespace Por::Util
 {
@@ -42,6 +43,10 @@ public:
     void End() override;
     UnitPtr Result() override;
 
+    // The start of a unit in a walk: the root, an array element, or the value of the latest property or
+    // trait. Building from walks needs it so that traits may come before their value.
+    void BeginUnit();
+
     // Frames still open.
     std::size_t Depth() const { return Frames.size(); }
 
@@ -60,11 +65,18 @@ public:
 private:
     struct Frame
     {
+        Frame(std::string name, FrameState state, UnitPtr unit, std::size_t count = 0)
+            : Name(std::move(name)), State(state), Unit(std::move(unit)), Count(count)
+        {
+        }
+
         std::string Name;
         FrameState State;
         UnitPtr Unit;
         std::size_t Count = 0; // the element index of an ExistingElement frame
         bool Opened = false;   // an existing container was reopened by BeginArray or BeginComposite
+        bool Begun = false;    // BeginUnit has announced this frame's own unit
+        std::vector<TraitPtr> PendingTraits; // traits that came before the value
     };
 
     void Take(UnitPtr unit);

@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "por/Compare.h"
+#include "por/UnitBuilder.h"
+#include "por/UnitFactory.h"
+#include "por/UnitPrinter.h"
+#include "por/UnitWalker.h"
+
+namespace
+{
+
+using namespace Por;
+
+// Writes events as a compact trace.
+class Trace final : public Util::UnitWalker
+{
+public:
+    void OnUnitBegin() override { Text += "U"; }
+    void OnEnd() override { Text += "E"; }
+    void OnProperty(std::string_view name) override { Text += "P" + std::string(name); }
+    void OnTrait(std::string_view name) override { Text += "T" + std::string(name); }
+    void OnNil() override { Text += "0"; }
+    void OnError(const Common::Error&) override { Text += "e"; }
+    void OnString(Common::WideStringView) override { Text += "s"; }
+    void OnGuid(const Common::Guid&) override { Text += "g"; }
+    void OnBlob(std::span<const std::uint8_t>) override { Text += "b"; }
+    void OnDouble(double) override { Text += "f"; }
+    void OnSQWord(std::int64_t) override { Text += "q"; }
+    void OnQWord(std::uint64_t) override { Text += "Q"; }
+    void OnSDWord(std::int32_t) override { Text += "d"; }
+    void OnDWord(std::uint32_t) override { Text += "D"; }
+    void OnSWord(std::int16_t) override { Text += "w"; }
+    void OnWord(std::uint16_t) override { Text += "W"; }
+    void OnSByte(std::int8_t) override { Text += "y"; }
+    void OnByte(std::uint8_t) override { Text += "Y"; }
+    void OnBoolean(bool) override { Text += "?"; }
+    void OnArray() override { Text += "A"; }
+    void OnComposite() override { Text += "C"; }
+    std::string Text;
+};
+
+UnitPtr Sample()
+{
+    return Util::Build()
+        .Composite()
+        .Trait("Is", u"X")
+        .Property("a")
+        .Array()
+        .Element(1u)
+        .Value(true)
+        .Trait("m", nullptr)
+        .End()
+        .End()
+        .Property("b", Blob{1})
+        .Done();
+}
+
+TEST(UnitWalkerTest, GuidesOrderValueAndTraits)
+{
+    const UnitPtr unit = Sample();
+    Trace valueFirst;
+    Util::HierarchyRoute(*unit).Follow(valueFirst);
+    EXPECT_EQ(valueFirst.Text, "UCPaUAUDEU?TmU0EEEPbUbETIsUsEE");
+    Trace traitsFirst;
+    Util::HierarchyRoute(*unit).Follow(traitsFirst, Util::WalkTraitsFirstGuide());
+    EXPECT_EQ(traitsFirst.Text, "UTIsUsECPaUAUDEUTmU0E?EEPbUbEE");
+    Trace shallow;
+    const Util::WalkValueFirstGuide next;
+    Util::HierarchyRoute(*unit).Follow(shallow, Util::WalkNotRecursiveWithTraitsGuide(next));
+    EXPECT_EQ(shallow.Text, "UTIsUsECE");
+}
+
+TEST(UnitWalkerTest, BuildingWalkerRebuildsWhatTheRouteWalks)
+{
+    const UnitPtr unit = Sample();
+    for (bool traitsFirst : {false, true})
+    {
+        Util::UnitBuildingWalker builder(GetUnitFactory());
+        if (traitsFirst)
+        {
+            Util::HierarchyRoute(*unit).Follow(builder, Util::WalkTraitsFirstGuide());
+        }
+        else
+        {
+            Util::HierarchyRoute(*unit).Follow(builder);
+        }
+        ASSERT_NE(builder.Result(), nullptr);
+        EXPECT_TRUE(UnitEqual(*builder.Result(), *unit)) << Util::UnitToString(*builder.Result());
+    }
+}
+
+} // namespace
