@@ -1,4 +1,6 @@
 #include "por/Compare.h"
+#include "por/MaskingUnit.h"
+#include "por/PropertyDecorators.h"
 #include "por/TraitDecorators.h"
 #include "por/TraitUtil.h"
 #include "por/UnitAccess.h"
@@ -61,6 +63,32 @@ std::vector<std::string> ListedNamed(const View::Traits& traits, std::string_vie
         return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure() << Util::UnitToString(*copy);
+}
+
+// Every reading form of a composite agrees with its enumeration: the iterator, both Finds and Size.
+std::vector<std::string> Enumerated(const View::Unit& unit)
+{
+    const View::CompositeValue& composite = Util::GetComposite(unit);
+    std::vector<std::string> names;
+    auto collect = MakeProcessor<const View::Property>(
+        [&](const View::Property& property)
+        {
+            names.push_back(property.GetName());
+            const View::Property* found = composite.Find(property.GetName());
+            EXPECT_TRUE(found != nullptr && found->GetName() == property.GetName()) << property.GetName();
+            auto same = MakeProcessor<const View::Property>(
+                [&](const View::Property& again) { EXPECT_EQ(&again, found) << property.GetName(); });
+            EXPECT_TRUE(composite.Find(property.GetName(), same));
+        });
+    composite.ForEach(collect);
+    std::vector<std::string> iterated;
+    for (auto it = composite.GetIterator(); it->IsValid(); it->Next())
+    {
+        iterated.push_back(it->Current().GetName());
+    }
+    EXPECT_EQ(iterated, names);
+    EXPECT_EQ(composite.Size(), names.size());
+    return names;
 }
 
 UnitPtr Tagged()
@@ -205,6 +233,132 @@ TEST(TraitDecoratorTest, HiddenTraitsAreGoneAtEveryLevel)
     auto front = MakeProcessor<const View::Unit>([&](const View::Unit& first)
                                                  { EXPECT_FALSE(Util::HasTraits(first)); });
     Util::GetArray(list).Front(front);
+}
+
+UnitPtr Letters()
+{
+    return Util::Build()
+        .Composite()
+        .Trait("Is", u"L")
+        .Property("b", 1u)
+        .Property("d", 2u)
+        .Property("f", 3u)
+        .Done();
+}
+
+TEST(PropertyDecoratorTest, RemovedPropertyIsGoneFromEveryReadingForm)
+{
+    const UnitPtr unit = Letters();
+    struct Case
+    {
+        const char* Name;
+        std::vector<std::string> Shown;
+    };
+    const Case cases[] = {{"b", {"d", "f"}}, {"d", {"b", "f"}}, {"f", {"b", "d"}}, {"x", {"b", "d", "f"}}};
+    for (const Case& test : cases)
+    {
+        const PropertyRemovingUnitDecorator removed(*unit, test.Name);
+        EXPECT_EQ(Enumerated(removed), test.Shown) << test.Name;
+        EXPECT_EQ(Util::FindPropertyValue(removed, test.Name), nullptr);
+        const UnitPtr expected = Util::Copy(*unit, Factory);
+        Util::GetComposite(*expected).Remove(test.Name);
+        EXPECT_TRUE(Shows(removed, expected)) << test.Name;
+    }
+    const UnitPtr four = Factory.CreateDWord(4);
+    EXPECT_EQ(Util::GetValue<std::uint32_t>(PropertyRemovingUnitDecorator(*four, "b")), 4u);
+}
+
+TEST(PropertyDecoratorTest, ReplacementTakesItsSortedPlace)
+{
+    const UnitPtr unit = Letters();
+    const UnitPtr value = Factory.CreateString(u"r");
+    struct Case
+    {
+        const char* Name;
+        std::vector<std::string> Shown;
+    };
+    const Case cases[] = {
+        {"a", {"a", "b", "d", "f"}}, {"b", {"b", "d", "f"}}, {"c", {"b", "c", "d", "f"}},
+        {"d", {"b", "d", "f"}},      {"f", {"b", "d", "f"}}, {"z", {"b", "d", "f", "z"}},
+    };
+    for (const Case& test : cases)
+    {
+        const PropertyReplacingUnitDecorator replaced(*unit, test.Name, *value);
+        EXPECT_EQ(Enumerated(replaced), test.Shown) << test.Name;
+        EXPECT_EQ(&Util::GetPropertyValue(replaced, test.Name), value.get());
+        const UnitPtr expected = Util::Copy(*unit, Factory);
+        Util::AddProperty(*expected, test.Name, *value, Factory);
+        EXPECT_TRUE(Shows(replaced, expected)) << test.Name;
+    }
+    // Stopping at each position of a merged enumeration stops there.
+    const PropertyReplacingUnitDecorator replaced(*unit, "c", *value);
+    for (std::size_t stopAt = 1; stopAt <= 4; ++stopAt)
+    {
+        std::size_t seen = 0;
+        auto count =
+            MakeProcessor<const View::Property>([&](const View::Property&) { return ++seen == stopAt; });
+        Util::GetComposite(replaced).ForEach(count);
+        EXPECT_EQ(seen, stopAt);
+    }
+}
+
+TEST(PropertyDecoratorTest, PropertyLessUnitKeepsTheTraitsOnly)
+{
+    const UnitPtr unit = Letters();
+    const PropertyLessUnit bare(*unit);
+    EXPECT_TRUE(Enumerated(bare).empty());
+    EXPECT_TRUE(Shows(bare, Util::Build().Composite().Trait("Is", u"L").Done()));
+    EXPECT_FALSE(Util::GetComposite(bare).GetIterator()->IsValid());
+}
+
+TEST(MaskingUnitTest, ShowsWhatTheMaskNames)
+{
+    // clang-format off
+    const UnitPtr unit = Util::Build().Composite().Trait("Is", u"U")
+        .Property("a", 1u)
+        .Property("b").Composite().Trait("Is", u"B")
+            .Property("x", 1u).Property("y").Composite().Property("p", 1u).Property("q", 2u).End()
+            .Property("z").Array().Element(1u).End()
+        .End()
+        .Property("c", u"c")
+        .Done();
+    struct Case
+    {
+        const char* Name;
+        UnitPtr Mask;
+        UnitPtr Expected;
+    };
+    const Case cases[] = {
+        {"flat, with names the unit lacks",
+         Util::Build().Composite().Property("a").Nil().End().Property("missing").Nil().End()
+             .Property("c", 0u).Done(),
+         Util::Build().Composite().Trait("Is", u"U").Property("a", 1u).Property("c", u"c").Done()},
+        {"nested masks",
+         Util::Build().Composite().Property("b").Composite()
+             .Property("y").Composite().Property("q").Nil().End().End()
+             .Property("z").Nil().End().Property("w").Nil().End().End().Done(),
+         Util::Build().Composite().Trait("Is", u"U").Property("b").Composite().Trait("Is", u"B")
+             .Property("y").Composite().Property("q", 2u).End()
+             .Property("z").Array().Element(1u).End().End().Done()},
+        {"a composite mask over a scalar shows it whole",
+         Util::Build().Composite().Property("a").Composite().Property("p").Nil().End().End().Done(),
+         Util::Build().Composite().Trait("Is", u"U").Property("a", 1u).Done()},
+        {"an empty mask shows nothing", Factory.CreateComposite(),
+         Util::Build().Composite().Trait("Is", u"U").Done()},
+        {"a mask that is no composite shows all", Factory.CreateNil(), Util::Copy(*unit, Factory)},
+    };
+    // clang-format on
+    for (const Case& test : cases)
+    {
+        const MaskingUnit masked(*unit, *test.Mask);
+        EXPECT_TRUE(Shows(masked, test.Expected)) << test.Name;
+        Enumerated(masked);
+        EXPECT_TRUE(UnitEqual(*Util::Mask(*unit, *test.Mask, Factory), *test.Expected)) << test.Name;
+    }
+    const MaskingUnit nested(*unit, *cases[1].Mask);
+    EXPECT_EQ(Enumerated(Util::GetPropertyValue(nested, "b")), (std::vector<std::string>{"y", "z"}));
+    const UnitPtr scalar = Factory.CreateDWord(3);
+    EXPECT_TRUE(Shows(MaskingUnit(*scalar, *cases[0].Mask), scalar));
 }
 
 } // namespace
