@@ -10,6 +10,7 @@
 #include "por/PorUnit.h"
 #include "por/UnitAccess.h"
 #include "por/UnitFactory.h"
+#include "por/serialize/CategoryHolder.h"
 
 #include <string_view>
 
@@ -22,7 +23,8 @@ using DefaultValueFunction = UnitPtr (*)(std::string_view name, const Constructi
 // Marks a property that has no value.
 inline constexpr std::string_view NilTraitName = "Nil";
 
-class BaseObject : public PlainObject
+// A CategoryHolder, so that a derived class can name itself for polymorphic serialisation.
+class BaseObject : public PlainObject, public ::Serialization::CategoryHolder
 {
 public:
     // Uninitialised.

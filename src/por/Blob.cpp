@@ -52,163 +52,327 @@ std::span<const std::uint8_t> SerializedError(const Common::Error& error)
 namespace
 {
 
-template <typename T>
-void Put(BinaryDataConsumer& consumer, const T& value)
+// The byte layout of every event, over any sink with Put(data, size). One definition serves the public
+// walker (through a virtual consumer) and the direct writer and size evaluation (devirtualised).
+template <typename Sink>
+class Encoder
 {
-    std::uint8_t bytes[sizeof(T)];
-    std::memcpy(bytes, &value, sizeof(T));
-    consumer.Consume(bytes, sizeof(T));
-}
+public:
+    explicit Encoder(Sink& sink) : Out(sink) {}
 
-template <typename T>
-void PutScalar(BinaryDataConsumer& consumer, ValueKind kind, T value)
-{
-    std::uint8_t bytes[1 + sizeof(T)];
-    bytes[0] = KindByte(kind);
-    std::memcpy(bytes + 1, &value, sizeof(T));
-    consumer.Consume(bytes, sizeof bytes);
-}
-
-void PutString(BinaryDataConsumer& consumer, Common::WideStringView text)
-{
-    std::uint8_t header[5];
-    header[0] = KindByte(ValueKind::String);
-    const auto length = static_cast<std::uint32_t>(text.size() * 2);
-    std::memcpy(header + 1, &length, 4);
-    consumer.Consume(header, sizeof header);
-    consumer.Consume(reinterpret_cast<const std::uint8_t*>(text.data()), length);
-}
-
-void PutName(BinaryDataConsumer& consumer, std::uint8_t mark, std::string_view name)
-{
-    consumer.Consume(&mark, 1);
-    // Short names convert on the stack; longer ones through a buffer the thread keeps.
-    char16_t local[64];
-    if (name.size() <= std::size(local))
+    void OnUnitBegin() { Out.Put(&UnitMark, 1); }
+    void OnEnd() { Out.Put(&EndMark, 1); }
+    void OnArray() { Out.Put(&ArrayMark, 1); }
+    void OnComposite() { Out.Put(&CompositeMark, 1); }
+    void OnProperty(std::string_view name) { Name(PropertyMark, name); }
+    void OnTrait(std::string_view name) { Name(TraitMark, name); }
+    void OnNil()
     {
-        std::size_t units = 0;
-        bool ascii = true;
-        for (char c : name)
-        {
-            ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-            local[units++] = static_cast<char16_t>(static_cast<unsigned char>(c));
-        }
-        if (ascii)
-        {
-            PutString(consumer, Common::WideStringView(local, units));
-            return;
-        }
+        const std::uint8_t kind = KindByte(ValueKind::Nil);
+        Out.Put(&kind, 1);
     }
-    thread_local Common::WideString wide;
-    Common::Utf8ToWide(wide, name.data(), name.size());
-    PutString(consumer, wide);
+    void OnError(const Common::Error& value)
+    {
+        const std::span<const std::uint8_t> bytes = SerializedError(value);
+        Scalar(ValueKind::Error, static_cast<std::uint32_t>(bytes.size()));
+        Out.Put(bytes.data(), bytes.size());
+    }
+    void OnString(Common::WideStringView value)
+    {
+        std::uint8_t header[5];
+        header[0] = KindByte(ValueKind::String);
+        const auto length = static_cast<std::uint32_t>(value.size() * 2);
+        std::memcpy(header + 1, &length, 4);
+        Out.Put(header, sizeof header);
+        Out.Put(value.data(), length);
+    }
+    void OnGuid(const Common::Guid& value) { Scalar(ValueKind::Guid, value); }
+    void OnBlob(std::span<const std::uint8_t> value)
+    {
+        Scalar(ValueKind::Blob, static_cast<std::uint32_t>(value.size()));
+        Out.Put(value.data(), value.size());
+    }
+    void OnDouble(double value) { Scalar(ValueKind::Double, value); }
+    void OnSQWord(std::int64_t value) { Scalar(ValueKind::SQWord, value); }
+    void OnQWord(std::uint64_t value) { Scalar(ValueKind::QWord, value); }
+    void OnSDWord(std::int32_t value) { Scalar(ValueKind::SDWord, value); }
+    void OnDWord(std::uint32_t value) { Scalar(ValueKind::DWord, value); }
+    void OnSWord(std::int16_t value) { Scalar(ValueKind::SWord, value); }
+    void OnWord(std::uint16_t value) { Scalar(ValueKind::Word, value); }
+    void OnSByte(std::int8_t value) { Scalar(ValueKind::SByte, value); }
+    void OnByte(std::uint8_t value) { Scalar(ValueKind::Byte, value); }
+    void OnBoolean(bool value) { Scalar(ValueKind::Boolean, static_cast<std::uint8_t>(value ? 1 : 0)); }
+
+private:
+    template <typename T>
+    void Scalar(ValueKind kind, const T& value)
+    {
+        std::uint8_t bytes[1 + sizeof(T)];
+        bytes[0] = KindByte(kind);
+        std::memcpy(bytes + 1, &value, sizeof(T));
+        Out.Put(bytes, sizeof bytes);
+    }
+
+    // Names are narrow (UTF-8) and travel as string values. ASCII names, nearly all of them, widen on
+    // the stack; others through a buffer the thread keeps.
+    void Name(std::uint8_t mark, std::string_view name)
+    {
+        Out.Put(&mark, 1);
+        char16_t local[64];
+        if (name.size() <= std::size(local))
+        {
+            bool ascii = true;
+            for (std::size_t i = 0; i < name.size(); ++i)
+            {
+                const auto byte = static_cast<unsigned char>(name[i]);
+                ascii = ascii && byte < 0x80;
+                local[i] = byte;
+            }
+            if (ascii)
+            {
+                OnString(Common::WideStringView(local, name.size()));
+                return;
+            }
+        }
+        thread_local Common::WideString wide;
+        Common::Utf8ToWide(wide, name.data(), name.size());
+        OnString(wide);
+    }
+
+    Sink& Out;
+};
+
+struct ConsumerSink
+{
+    BinaryDataConsumer& Consumer;
+    void Put(const void* data, std::size_t size)
+    {
+        Consumer.Consume(static_cast<const std::uint8_t*>(data), size);
+    }
+};
+
+struct CountingSink
+{
+    std::size_t Size = 0;
+    void Put(const void*, std::size_t size) { Size += size; }
+};
+
+// Appends into a vector that grows geometrically; Finish cuts it to what was written.
+struct VectorSink
+{
+    std::vector<std::uint8_t>& Bytes;
+    std::size_t Used = 0;
+
+    void Put(const void* data, std::size_t size)
+    {
+        if (Bytes.size() - Used < size)
+        {
+            Bytes.resize(std::max(Bytes.size() * 2, Used + size + 256));
+        }
+        std::memcpy(Bytes.data() + Used, data, size);
+        Used += size;
+    }
+    void Finish() { Bytes.resize(Used); }
+};
+
+// The value-first walk of a unit, calling the encoder directly.
+template <typename Events>
+void WriteUnit(const View::Unit& unit, Events& events)
+{
+    events.OnUnitBegin();
+    const ResolvedValue value = Resolve(unit);
+    switch (value.Kind)
+    {
+    case ValueKind::Nil:
+        events.OnNil();
+        break;
+    case ValueKind::Boolean:
+        events.OnBoolean(value.As<View::ScalarValue<bool>>().Get());
+        break;
+    case ValueKind::Byte:
+        events.OnByte(value.As<View::ScalarValue<std::uint8_t>>().Get());
+        break;
+    case ValueKind::SByte:
+        events.OnSByte(value.As<View::ScalarValue<std::int8_t>>().Get());
+        break;
+    case ValueKind::Word:
+        events.OnWord(value.As<View::ScalarValue<std::uint16_t>>().Get());
+        break;
+    case ValueKind::SWord:
+        events.OnSWord(value.As<View::ScalarValue<std::int16_t>>().Get());
+        break;
+    case ValueKind::DWord:
+        events.OnDWord(value.As<View::ScalarValue<std::uint32_t>>().Get());
+        break;
+    case ValueKind::SDWord:
+        events.OnSDWord(value.As<View::ScalarValue<std::int32_t>>().Get());
+        break;
+    case ValueKind::QWord:
+        events.OnQWord(value.As<View::ScalarValue<std::uint64_t>>().Get());
+        break;
+    case ValueKind::SQWord:
+        events.OnSQWord(value.As<View::ScalarValue<std::int64_t>>().Get());
+        break;
+    case ValueKind::Double:
+        events.OnDouble(value.As<View::ScalarValue<double>>().Get());
+        break;
+    case ValueKind::Blob:
+        events.OnBlob(value.As<View::ComplexValue<Blob>>().Get());
+        break;
+    case ValueKind::Guid:
+        events.OnGuid(value.As<View::ComplexValue<Common::Guid>>().Get());
+        break;
+    case ValueKind::String:
+        events.OnString(value.As<View::ComplexValue<String>>().Get());
+        break;
+    case ValueKind::Error:
+        events.OnError(value.As<View::ComplexValue<Common::Error>>().Get());
+        break;
+    case ValueKind::Array:
+    {
+        events.OnArray();
+        const auto& array = value.As<View::ArrayValue>();
+        for (std::size_t i = 0, size = array.Size(); i < size; ++i)
+        {
+            WriteUnit(array.Get(i), events);
+        }
+        break;
+    }
+    case ValueKind::Composite:
+    {
+        events.OnComposite();
+        auto properties = MakeProcessor<const View::Property>(
+            [&](const View::Property& property)
+            {
+                events.OnProperty(property.GetName());
+                WriteUnit(property.GetValue(), events);
+            });
+        value.As<View::CompositeValue>().ForEach(properties);
+        break;
+    }
+    default:
+        break;
+    }
+    auto traits = MakeProcessor<const View::Trait>(
+        [&](const View::Trait& trait)
+        {
+            events.OnTrait(trait.GetName());
+            WriteUnit(trait.GetValue(), events);
+        });
+    unit.GetTraits().ForEach(traits);
+    events.OnEnd();
+}
+
+template <typename Call>
+void Emit(BinaryDataConsumer& consumer, Call call)
+{
+    ConsumerSink sink{consumer};
+    Encoder<ConsumerSink> encoder(sink);
+    call(encoder);
 }
 
 } // namespace
 
 void BinaryDataProvider::OnUnitBegin()
 {
-    Consumer.Consume(&UnitMark, 1);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnUnitBegin(); });
 }
 void BinaryDataProvider::OnEnd()
 {
-    Consumer.Consume(&EndMark, 1);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnEnd(); });
 }
 void BinaryDataProvider::OnProperty(std::string_view name)
 {
-    PutName(Consumer, PropertyMark, name);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnProperty(name); });
 }
 void BinaryDataProvider::OnTrait(std::string_view name)
 {
-    PutName(Consumer, TraitMark, name);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnTrait(name); });
 }
 void BinaryDataProvider::OnNil()
 {
-    const std::uint8_t kind = KindByte(ValueKind::Nil);
-    Consumer.Consume(&kind, 1);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnNil(); });
 }
 void BinaryDataProvider::OnError(const Common::Error& value)
 {
-    const std::span<const std::uint8_t> bytes = SerializedError(value);
-    PutScalar(Consumer, ValueKind::Error, static_cast<std::uint32_t>(bytes.size()));
-    Consumer.Consume(bytes.data(), bytes.size());
+    Emit(Consumer, [&](auto& encoder) { encoder.OnError(value); });
 }
 void BinaryDataProvider::OnString(Common::WideStringView value)
 {
-    PutString(Consumer, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnString(value); });
 }
 void BinaryDataProvider::OnGuid(const Common::Guid& value)
 {
-    PutScalar(Consumer, ValueKind::Guid, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnGuid(value); });
 }
 void BinaryDataProvider::OnBlob(std::span<const std::uint8_t> value)
 {
-    PutScalar(Consumer, ValueKind::Blob, static_cast<std::uint32_t>(value.size()));
-    Consumer.Consume(value.data(), value.size());
+    Emit(Consumer, [&](auto& encoder) { encoder.OnBlob(value); });
 }
 void BinaryDataProvider::OnDouble(double value)
 {
-    PutScalar(Consumer, ValueKind::Double, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnDouble(value); });
 }
 void BinaryDataProvider::OnSQWord(std::int64_t value)
 {
-    PutScalar(Consumer, ValueKind::SQWord, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnSQWord(value); });
 }
 void BinaryDataProvider::OnQWord(std::uint64_t value)
 {
-    PutScalar(Consumer, ValueKind::QWord, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnQWord(value); });
 }
 void BinaryDataProvider::OnSDWord(std::int32_t value)
 {
-    PutScalar(Consumer, ValueKind::SDWord, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnSDWord(value); });
 }
 void BinaryDataProvider::OnDWord(std::uint32_t value)
 {
-    PutScalar(Consumer, ValueKind::DWord, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnDWord(value); });
 }
 void BinaryDataProvider::OnSWord(std::int16_t value)
 {
-    PutScalar(Consumer, ValueKind::SWord, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnSWord(value); });
 }
 void BinaryDataProvider::OnWord(std::uint16_t value)
 {
-    PutScalar(Consumer, ValueKind::Word, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnWord(value); });
 }
 void BinaryDataProvider::OnSByte(std::int8_t value)
 {
-    PutScalar(Consumer, ValueKind::SByte, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnSByte(value); });
 }
 void BinaryDataProvider::OnByte(std::uint8_t value)
 {
-    PutScalar(Consumer, ValueKind::Byte, value);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnByte(value); });
 }
 void BinaryDataProvider::OnBoolean(bool value)
 {
-    PutScalar(Consumer, ValueKind::Boolean, static_cast<std::uint8_t>(value ? 1 : 0));
+    Emit(Consumer, [&](auto& encoder) { encoder.OnBoolean(value); });
 }
 void BinaryDataProvider::OnArray()
 {
-    Consumer.Consume(&ArrayMark, 1);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnArray(); });
 }
 void BinaryDataProvider::OnComposite()
 {
-    Consumer.Consume(&CompositeMark, 1);
+    Emit(Consumer, [&](auto& encoder) { encoder.OnComposite(); });
 }
 
 std::size_t GetBlobSize(const View::Unit& unit)
 {
-    BlobSizeEvalLogic size;
-    BinaryDataProvider provider(size);
-    HierarchyRoute(unit).Follow(provider);
-    return size.GetSize();
+    CountingSink sink;
+    Encoder<CountingSink> encoder(sink);
+    WriteUnit(unit, encoder);
+    return sink.Size;
 }
 
 void WriteBlob(const View::Unit& unit, std::vector<std::uint8_t>& bytes)
 {
-    bytes.clear();
-    BlobWriter writer(bytes);
-    BinaryDataProvider provider(writer);
-    HierarchyRoute(unit).Follow(provider);
+    bytes.resize(std::max<std::size_t>(bytes.capacity(), 4096));
+    VectorSink sink{bytes};
+    Encoder<VectorSink> encoder(sink);
+    WriteUnit(unit, encoder);
+    sink.Finish();
 }
 
 // Reading -------------------------------------------------------------------------------------------
