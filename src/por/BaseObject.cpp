@@ -3,6 +3,7 @@
 #include "common/CatalogIds.h"
 #include "por/Errors.h"
 #include "por/MatchingPatternFinalizer.h"
+#include "por/Merge.h"
 #include "por/Path.h"
 #include "por/TraitUtil.h"
 #include "por/Values.h"
@@ -146,6 +147,11 @@ UnitPtr BaseObject::ToUnit() const
     }
     Util::RemoveTrait(*copy, NilTraitName); // the branch itself stays, as a value
     return copy;
+}
+
+void BaseObject::Merge(const View::Unit& diff)
+{
+    Util::ApplyDiff(Branch(), diff, Factory());
 }
 
 ConstUnitPtr BaseObject::ToPattern() const

@@ -63,6 +63,9 @@ public:
     UnitPtr ToUnit() const;
     // ToUnit turned into a pattern that matches objects with these values (query by example).
     ConstUnitPtr ToPattern() const;
+    // Applies a packed diff to the branch in place, with Util::ApplyDiff and this object's factory; the
+    // branch is untouched when it fails.
+    void Merge(const View::Unit& diff);
 
 protected:
     // The property's value of exactly the kind of T. A missing property goes to the handler's

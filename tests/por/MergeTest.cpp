@@ -1,0 +1,152 @@
+#include "por/Merge.h"
+
+#include "DiffTestUnits.h"
+#include "por/BaseObject.h"
+#include "por/Compare.h"
+#include "por/ConstUnit.h"
+#include "por/DiffMarks.h"
+#include "por/UnitPrinter.h"
+#include "por/UpdateBuilder.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace
+{
+
+using namespace Por;
+using namespace Por::Testing;
+namespace Marks = DiffMarks;
+
+// The value of a trait diff of "Tag"; no value stands for the side without the pair.
+UnitPtr TagDiff(UnitPtr unit, std::optional<std::uint32_t> previous, std::optional<std::uint32_t> next)
+{
+    return Trait(unit, "Tag",
+                 Mark(Composite({{"PreviousValue", previous ? U(*previous) : Mark(Nil(), {Marks::Added})},
+                                 {"NewValue", next ? U(*next) : Mark(Nil(), {Marks::Removed})}}),
+                      {Marks::FullDiff}));
+}
+
+TEST(MergeTest, ArrayDiffRemovesByValueAndPutsAddedElementsFirst)
+{
+    const UnitPtr target = Array({U(1u), Trait(U(2u), "m", Nil()), U(3u), U(2u)});
+    const UnitPtr diff = Array({Mark(U(2u), {Marks::Removed}), Mark(U(9u), {Marks::Added}),
+                                Mark(U(8u), {Marks::Added}), U(3u) /* unmarked: says nothing */});
+    const UnitPtr merged = Util::MergeImpl(*target, *diff, Factory, false);
+    EXPECT_TRUE(UnitEqual(*merged, *Array({U(9u), U(8u), U(1u), U(3u)}))) << Util::UnitToString(*merged);
+}
+
+TEST(MergeTest, TraitDiffsMatchTheTargetsPairs)
+{
+    const struct
+    {
+        const char* Name;
+        std::optional<std::uint32_t> Previous;
+        std::optional<std::uint32_t> Next;
+        UnitPtr Expected;
+    } cases[] = {
+        {"matching: replaced", 1u, 5u, Trait(Nil(), "Tag", U(5u))},
+        {"previous value differs: left alone", 2u, 5u, Trait(Nil(), "Tag", U(1u))},
+        {"matching, next removed: gone", 1u, std::nullopt, Nil()},
+        {"previous added: a new pair", std::nullopt, 7u, Trait(Trait(Nil(), "Tag", U(1u)), "Tag", U(7u))},
+    };
+    const UnitPtr target = Trait(Nil(), "Tag", U(1u));
+    for (const auto& test : cases)
+    {
+        const UnitPtr merged =
+            Util::InternalMerge(*target, *TagDiff(Nil(), test.Previous, test.Next), Factory, false, false);
+        EXPECT_TRUE(UnitEqual(*merged, *test.Expected)) << test.Name << "\n" << Util::UnitToString(*merged);
+    }
+    const UnitPtr twice = TagDiff(TagDiff(Nil(), 1u, 5u), 1u, 6u);
+    EXPECT_EQ(Failure([&] { Util::InternalMerge(*target, *twice, Factory, false, false); }).GetCode(),
+              0xfa000cu);
+}
+
+TEST(MergeTest, PropertyEntriesByTheirMarks)
+{
+    const UnitPtr target = Composite({{"keep", U(1u)},
+                                      {"gone", U(2u)},
+                                      {"over", Trait(U(3u), "Tag", Nil())},
+                                      {"counter", U(std::uint8_t{255})}});
+    const UnitPtr diff =
+        Mark(Composite({{"gone", Mark(Nil(), {Marks::Removed})},
+                        {"ghost", Mark(Nil(), {Marks::Removed})},
+                        {"over", Mark(U(4u), {Marks::Added})},
+                        {"fresh", Mark(U(5u), {Marks::Added})},
+                        {"counter", Trait(U(std::uint8_t{0}), Marks::IncrementState, U(std::uint8_t{1}))},
+                        {"missing", Trait(U(100u), Marks::IncrementState, U(7u))}}),
+             {Marks::PackedDiff});
+    const UnitPtr expected = Composite({{"keep", U(1u)},
+                                        {"over", U(4u)}, // added over an existing property: replaced whole
+                                        {"fresh", U(5u)},
+                                        {"counter", U(std::uint8_t{0})},
+                                        {"missing", U(100u)}}); // the entry's own value, not the operand
+    const UnitPtr merged = Util::Merge(*target, *diff, Factory);
+    EXPECT_TRUE(UnitEqual(*merged, *expected)) << Util::UnitToString(*merged);
+
+    const UnitPtr twice =
+        Composite({{"counter", Trait(Trait(U(std::uint8_t{0}), Marks::IncrementState, U(std::uint8_t{1})),
+                                     Marks::IncrementState, U(std::uint8_t{2}))}});
+    EXPECT_EQ(Failure([&] { Util::InternalMerge(*target, *twice, Factory, false, false); }).GetCode(),
+              0xfa001cu);
+}
+
+TEST(MergeTest, FailuresAndTheirReports)
+{
+    const UnitPtr target = Composite({{"a", U(1u)}});
+    const UnitPtr plain = Composite({{"a", U(2u)}});
+
+    EXPECT_EQ(Failure([&] { Util::ApplyDiff(*target, *plain, Factory); }).GetCode(), 0xfa000cu);
+    EXPECT_TRUE(UnitEqual(*target, *Composite({{"a", U(1u)}})));
+
+    const Common::Error wrapped = Failure([&] { Util::Merge(*target, *plain, Factory); });
+    EXPECT_EQ(wrapped.GetCode(), 0xfa000cu);
+    EXPECT_EQ(wrapped.GetMessage(), u"POR: Failed to merge object update.\nObject is '" +
+                                        Util::UnitToWideString(target.get()) + u"'.\nDiff is '" +
+                                        Util::UnitToWideString(plain.get()) + u"'.");
+    EXPECT_EQ(wrapped.GetSubError().GetMessage(), u"POR: Failed to merge object update.");
+
+    const Common::Error empty = Failure([&] { Util::Merge(ConstUnit(), *plain); });
+    EXPECT_EQ(empty.GetCode(), 0xfa0001u);
+    EXPECT_EQ(empty.GetMessage(), u"POR: Trying to apply diff to empty unit.");
+}
+
+TEST(MergeTest, UpdateBuilderWritesOperationsAdditionsAndRemovals)
+{
+    const UnitPtr target = Composite({{"count", U(5u)},
+                                      {"flags", U(std::uint16_t{0x0f})},
+                                      {"name", U(u"x")},
+                                      {"old", U(true)},
+                                      {"list", Array({U(1u), U(2u), U(3u)})}});
+    UpdateBuilder update;
+    update.Increment(u".count", 2u)
+        .BitwiseAnd(u".flags", std::uint16_t{0x3c})
+        .Declare(u".name", *U(u"y"))
+        .Decrement(u".missing", 7.5)
+        .Add(u".extra", *U(false))
+        .Remove(u".old")
+        .AddFront(u".list", *U(0u))
+        .AddFront(u".list", *U(9u))
+        .RemoveElement(u".list", *U(2u));
+    const UnitPtr expected = Composite({{"count", U(7u)},
+                                        {"flags", U(std::uint16_t{0x0c})},
+                                        {"name", U(u"y")},
+                                        {"missing", U(7.5)},
+                                        {"extra", U(false)},
+                                        {"list", Array({U(9u), U(0u), U(1u), U(3u)})}});
+    const UnitPtr merged = Util::Merge(*target, *update.Result(), Factory);
+    EXPECT_TRUE(UnitEqual(*merged, *expected)) << Util::UnitToString(*merged);
+    EXPECT_TRUE(UnitEqual(*update.Result(), *Mark(Nil(), {Marks::EmptyDiff, Marks::PackedDiff})));
+
+    // In place, through a plain object: values change, the shape does not.
+    BaseObject object(Util::Copy(*target, Factory));
+    object.Merge(*UpdateBuilder().Increment(u".count", 1u).Remove(u".old").Result());
+    EXPECT_TRUE(UnitEqual(object.Branch(), *Composite({{"count", U(6u)},
+                                                       {"flags", U(std::uint16_t{0x0f})},
+                                                       {"name", U(u"x")},
+                                                       {"old", U(true)},
+                                                       {"list", Array({U(1u), U(2u), U(3u)})}})));
+}
+
+} // namespace
