@@ -9,6 +9,7 @@
 
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <string>
 
 namespace Por::Util
@@ -157,22 +158,70 @@ struct CountingSink
     void Put(const void*, std::size_t size) { Size += size; }
 };
 
-// Appends into a vector that grows geometrically; Finish cuts it to what was written.
-struct VectorSink
+// Most pieces are a few bytes: two overlapping word moves beat the set-up of a block copy (and a byte
+// loop, whose stores may alias anything).
+inline void CopyBytes(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
 {
-    std::vector<std::uint8_t>& Bytes;
+    if (size >= 8 && size <= 16)
+    {
+        std::uint64_t head;
+        std::uint64_t tail;
+        std::memcpy(&head, in, 8);
+        std::memcpy(&tail, in + size - 8, 8);
+        std::memcpy(out, &head, 8);
+        std::memcpy(out + size - 8, &tail, 8);
+    }
+    else if (size >= 4 && size < 8)
+    {
+        std::uint32_t head;
+        std::uint32_t tail;
+        std::memcpy(&head, in, 4);
+        std::memcpy(&tail, in + size - 4, 4);
+        std::memcpy(out, &head, 4);
+        std::memcpy(out + size - 4, &tail, 4);
+    }
+    else if (size < 4)
+    {
+        for (std::size_t i = 0; i < size; ++i)
+        {
+            out[i] = in[i];
+        }
+    }
+    else
+    {
+        std::memcpy(out, in, size);
+    }
+}
+
+// Appends into a buffer the thread keeps (grown geometrically, never zero-filled), copied out once at
+// the end: small appends to a vector cost more than the bytes themselves.
+struct BufferSink
+{
+    std::unique_ptr<std::uint8_t[]>& Data;
+    std::size_t& Capacity;
     std::size_t Used = 0;
 
     void Put(const void* data, std::size_t size)
     {
-        if (Bytes.size() - Used < size)
+        if (Capacity - Used < size)
         {
-            Bytes.resize(std::max(Bytes.size() * 2, Used + size + 256));
+            Grow(size);
         }
-        std::memcpy(Bytes.data() + Used, data, size);
+        CopyBytes(Data.get() + Used, static_cast<const std::uint8_t*>(data), size);
         Used += size;
     }
-    void Finish() { Bytes.resize(Used); }
+
+    void Grow(std::size_t size)
+    {
+        const std::size_t capacity = std::max(Capacity * 2, Used + size + 4096);
+        auto larger = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
+        if (Used != 0)
+        {
+            std::memcpy(larger.get(), Data.get(), Used);
+        }
+        Data = std::move(larger);
+        Capacity = capacity;
+    }
 };
 
 // The value-first walk of a unit, calling the encoder directly.
@@ -368,11 +417,17 @@ std::size_t GetBlobSize(const View::Unit& unit)
 
 void WriteBlob(const View::Unit& unit, std::vector<std::uint8_t>& bytes)
 {
-    bytes.resize(std::max<std::size_t>(bytes.capacity(), 4096));
-    VectorSink sink{bytes};
-    Encoder<VectorSink> encoder(sink);
+    thread_local std::unique_ptr<std::uint8_t[]> buffer;
+    thread_local std::size_t capacity = 0;
+    BufferSink sink{buffer, capacity};
+    Encoder<BufferSink> encoder(sink);
     WriteUnit(unit, encoder);
-    sink.Finish();
+    bytes.assign(buffer.get(), buffer.get() + sink.Used);
+    if (capacity > (std::size_t{1} << 24) && sink.Used < capacity / 4)
+    {
+        buffer.reset(); // a huge one-off blob doesn't stay with the thread
+        capacity = 0;
+    }
 }
 
 // Reading -------------------------------------------------------------------------------------------
