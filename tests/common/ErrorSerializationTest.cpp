@@ -32,6 +32,14 @@ Error Parse(const Bytes& bytes, std::size_t size)
     return Common::Deserialize(bytes.data(), size);
 }
 
+// One record of code 0x00FA0005 and line tag 1 whose message and parameters are `body`.
+Bytes RecordOf(const std::string& body)
+{
+    Bytes bytes = {0x01, 0x05, 0x00, 0xFA, 0x00, 1, 0, 0, 0, 0, 0, 0, 0};
+    bytes.insert(bytes.end(), body.begin(), body.end());
+    return bytes;
+}
+
 std::vector<Error> Records(const Error& error)
 {
     std::vector<Error> records;
@@ -170,12 +178,6 @@ TEST(ErrorSerializationTest, ZeroCodeInTheMiddleEndsTheChain)
 
 TEST(ErrorSerializationTest, MalformedRecordsEndTheParse)
 {
-    auto record = [](const std::string& body)
-    {
-        Bytes bytes = {0x01, 0x05, 0x00, 0xFA, 0x00, 1, 0, 0, 0, 0, 0, 0, 0};
-        bytes.insert(bytes.end(), body.begin(), body.end());
-        return bytes;
-    };
     struct Case
     {
         const char* Name;
@@ -197,18 +199,16 @@ TEST(ErrorSerializationTest, MalformedRecordsEndTheParse)
     };
     for (const Case& test : cases)
     {
-        const Bytes bytes = record(test.Body);
+        const Bytes bytes = RecordOf(test.Body);
         EXPECT_EQ(Records(Parse(bytes, bytes.size())).size(), test.Records) << test.Name;
     }
-    const Bytes surrogate = record(std::string("\xED\xA0\x80\0\0", 5));
+    const Bytes surrogate = RecordOf(std::string("\xED\xA0\x80\0\0", 5));
     EXPECT_EQ(Parse(surrogate, surrogate.size()).GetMessage(), std::u16string(1, u'\xD800'));
 }
 
 TEST(ErrorSerializationTest, PseudoKeysWithOtherTypesAreOrdinaryParameters)
 {
-    const std::string body("m\0$file\0N12345678$line\0Ax\0\0", 27);
-    Bytes bytes = {0x01, 0x05, 0x00, 0xFA, 0x00, 1, 0, 0, 0, 0, 0, 0, 0};
-    bytes.insert(bytes.end(), body.begin(), body.end());
+    const Bytes bytes = RecordOf(std::string("m\0$file\0N12345678$line\0Ax\0\0", 27));
     const Error parsed = Parse(bytes, bytes.size());
     ASSERT_EQ(parsed.GetCode(), 0x00FA0005u);
     EXPECT_STREQ(parsed.GetKeys(), "$file,$line");

@@ -1,16 +1,17 @@
 #include "common/Error.h"
 
 #include "AllocationCounter.h"
+#include "AssertCapture.h"
 #include "common/CatalogIds.h"
 #include "common/ErrorKind.h"
 #include "common/ErrorRecord.h"
-#include "common/SafeAssert.h"
 #include "common/SystemMessages.h"
 #include "common/TextCatalog.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -35,6 +36,11 @@ std::size_t ChainLength(const Error& error)
         ++length;
     }
     return length;
+}
+
+Error Plain()
+{
+    return Error(COMMON_LOCATION("Test"), TestCode);
 }
 
 const Common::ErrorKind PathFunctionKind("path,function,$module", {Common::ErrorParameter::Type::WideString,
@@ -152,7 +158,7 @@ TEST(ErrorTest, SetSubErrorOnSuccessBecomesTheCauseItself)
     EXPECT_EQ(ChainLength(error), 1u);
 }
 
-TEST(ErrorTest, SetSubErrorReplacesInPlaceWhenUnshared)
+TEST(ErrorTest, SetSubErrorAndAddHResultReplaceTheCauseInPlaceWhenUnshared)
 {
     Error error(COMMON_LOCATION("Test"), TestCode, u"head");
     const Common::ErrorRecord* head = HeadOf(error);
@@ -161,6 +167,11 @@ TEST(ErrorTest, SetSubErrorReplacesInPlaceWhenUnshared)
     EXPECT_EQ(HeadOf(error), head);
     EXPECT_EQ(ChainLength(error), 2u);
     EXPECT_EQ(error.GetSubError().GetCode(), TestCode + 2);
+
+    error.AddHResult(0x80070005).AddHResult(0x80070002);
+    EXPECT_EQ(HeadOf(error), head);
+    EXPECT_EQ(ChainLength(error), 2u);
+    EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070002u);
 }
 
 TEST(ErrorTest, SetSubErrorOnSharedHeadClonesAndLeavesTheOtherHandleAlone)
@@ -189,49 +200,28 @@ TEST(ErrorTest, SetSubErrorWithItselfBuildsNoCycle)
 
 TEST(ErrorTest, SystemValuesAreStoredByTheirRules)
 {
-    struct Case
+    const struct
     {
-        const char* Name;
-        Error (*Make)(std::uint32_t);
-        std::uint32_t Value;
+        Error Made;
         std::uint32_t Stored;
+    } cases[] = {
+        {Plain().AddWindowsError(0), 0},
+        {Plain().AddWindowsError(5), 0x80070005},
+        {Plain().AddWindowsError(0x12345), 0x80072345},
+        {Plain().AddWindowsError(0x80004005), 0x80004005},
+        {Plain().AddHResult(5), 5},
+        {Plain().AddNTStatus(0xC0000022), 0xD0000022},
     };
-    const Case cases[] = {
-        {"windows 0",
-         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0, 0},
-        {"windows 5",
-         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 5,
-         0x80070005},
-        {"windows wide",
-         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0x12345,
-         0x80072345},
-        {"windows top bit",
-         [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(v); }, 0x80004005,
-         0x80004005},
-        {"hresult", [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddHResult(v); }, 5,
-         5},
-        {"ntstatus", [](std::uint32_t v) { return Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(v); },
-         0xC0000022, 0xD0000022},
-    };
-    for (const Case& test : cases)
+    for (const auto& test : cases)
     {
-        const Error sub = test.Make(test.Value).GetSubError();
-        EXPECT_EQ(sub.GetCode(), Common::SystemErrorCode) << test.Name;
-        EXPECT_EQ(sub.GetNumber("code"), test.Stored) << test.Name;
-        EXPECT_STREQ(sub.GetKeys(), "code,$module") << test.Name;
+        const Error sub = test.Made.GetSubError();
+        EXPECT_EQ(sub.GetCode(), Common::SystemErrorCode) << test.Stored;
+        EXPECT_EQ(sub.GetNumber("code"), test.Stored);
+        EXPECT_STREQ(sub.GetKeys(), "code,$module");
     }
-
-    const Error own = Error(COMMON_LOCATION("T"), TestCode).AddHResult(1);
-    EXPECT_STREQ(own.GetSubError().GetLineTag().Function, "Common::Error::AddHResult");
-    EXPECT_STREQ(own.GetSubError().GetLineTag().File, "src/common/Error.cpp");
-}
-
-TEST(ErrorTest, AddHResultTwiceKeepsOnlyTheSecond)
-{
-    Error error(COMMON_LOCATION("Test"), TestCode);
-    error.AddHResult(0x80070005).AddHResult(0x80070002);
-    EXPECT_EQ(ChainLength(error), 2u);
-    EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070002u);
+    const Error own = Plain().AddHResult(1).GetSubError();
+    EXPECT_STREQ(own.GetLineTag().Function, "Common::Error::AddHResult");
+    EXPECT_STREQ(own.GetLineTag().File, "src/common/Error.cpp");
 }
 
 class SystemMessageTest : public ::testing::Test
@@ -252,7 +242,7 @@ protected:
     WideString MessageOf(const WideString& text)
     {
         Text = text;
-        return Error(COMMON_LOCATION("T"), TestCode).AddHResult(0x80070005).GetSubError().GetMessage();
+        return Plain().AddHResult(0x80070005).GetSubError().GetMessage();
     }
 
     static inline WideString Text;
@@ -260,7 +250,7 @@ protected:
     Common::SystemMessageSource Previous = nullptr;
 };
 
-TEST_F(SystemMessageTest, OneLineTextLosesLineEndsAndFinalFullStop)
+TEST_F(SystemMessageTest, TextLosesItsLineEndsAndAOneLineTextItsFinalFullStop)
 {
     EXPECT_EQ(MessageOf(u"Access is denied.\r\n"), u"Access is denied");
     EXPECT_EQ(MessageOf(u"Ac\rcess\r is denied.\n"), u"Access is denied");
@@ -268,10 +258,6 @@ TEST_F(SystemMessageTest, OneLineTextLosesLineEndsAndFinalFullStop)
     EXPECT_EQ(MessageOf(u"."), u"");
     EXPECT_EQ(MessageOf(u""), u"");
     EXPECT_EQ(MessageOf(u"\r\n"), u"");
-}
-
-TEST_F(SystemMessageTest, TextOfSeveralLinesKeepsItsFullStop)
-{
     EXPECT_EQ(MessageOf(u"{Access Denied}\r\nA process was refused.\r\n"),
               u"{Access Denied}\nA process was refused.");
     EXPECT_EQ(MessageOf(u"one\n\n"), u"one\n");
@@ -280,8 +266,8 @@ TEST_F(SystemMessageTest, TextOfSeveralLinesKeepsItsFullStop)
 TEST_F(SystemMessageTest, NtStatusIsAskedWithoutItsMarker)
 {
     Text = WideString(u"x");
-    Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(0xC0000022).GetSubError().GetMessage();
-    Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(5).GetSubError().GetMessage();
+    Plain().AddNTStatus(0xC0000022).GetSubError().GetMessage();
+    Plain().AddWindowsError(5).GetSubError().GetMessage();
     ASSERT_EQ(Seen.size(), 2u);
     EXPECT_EQ(Seen[0], std::make_pair(0xC0000022u, true));
     EXPECT_EQ(Seen[1], std::make_pair(0x80070005u, false));
@@ -289,12 +275,9 @@ TEST_F(SystemMessageTest, NtStatusIsAskedWithoutItsMarker)
 
 TEST(ErrorTest, BuiltInSystemTextsNameUnknownValues)
 {
-    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddWindowsError(5).GetSubError().GetMessage(),
-              u"Access is denied");
-    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddHResult(0x8000FFFF).GetSubError().GetMessage(),
-              u"HRESULT 0x8000FFFF");
-    EXPECT_EQ(Error(COMMON_LOCATION("T"), TestCode).AddNTStatus(0xC0001234).GetSubError().GetMessage(),
-              u"NTSTATUS 0xC0001234");
+    EXPECT_EQ(Plain().AddWindowsError(5).GetSubError().GetMessage(), u"Access is denied");
+    EXPECT_EQ(Plain().AddHResult(0x8000FFFF).GetSubError().GetMessage(), u"HRESULT 0x8000FFFF");
+    EXPECT_EQ(Plain().AddNTStatus(0xC0001234).GetSubError().GetMessage(), u"NTSTATUS 0xC0001234");
 }
 
 TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
@@ -302,7 +285,7 @@ TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
     Error chain;
     for (int i = 0; i < 1000000; ++i)
     {
-        Error head(COMMON_LOCATION("Test"), TestCode);
+        Error head = Plain();
         head.SetSubError(chain);
         chain = std::move(head);
     }
@@ -314,23 +297,20 @@ TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
 TEST(ErrorTest, HandlesCopiedAndReleasedOnManyThreads)
 {
     const Error shared = Error(COMMON_LOCATION("Test"), TestCode, u"shared").AddHResult(1);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
     {
-        threads.emplace_back(
-            [&shared]
-            {
-                for (int i = 0; i < 20000; ++i)
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t)
+        {
+            threads.emplace_back(
+                [&shared]
                 {
-                    Error copy = shared;
-                    Error sub = copy.GetSubError();
-                    ASSERT_EQ(sub.GetCode(), Common::SystemErrorCode);
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
+                    for (int i = 0; i < 20000; ++i)
+                    {
+                        Error copy = shared;
+                        ASSERT_EQ(copy.GetSubError().GetCode(), Common::SystemErrorCode);
+                    }
+                });
+        }
     }
     EXPECT_EQ(HeadOf(shared)->RefCount.load(), 1u);
     EXPECT_EQ(HeadOf(shared)->Next->RefCount.load(), 1u);
@@ -379,10 +359,10 @@ TEST(ErrorTest, ChainingThatCannotCloneKeepsTheHeadAndDropsTheCause)
 
 TEST(ErrorTest, MismatchedParametersAreAssertedAndStoredEmpty)
 {
-    const std::uint32_t flags = Common::GetSafeAssertFlags();
-    Common::SetSafeAssertFlags(Common::SafeAssertReportingOff);
+    Testing::AssertCapture capture;
     const Error error(COMMON_LOCATION("Test"), TestCode, PathFunctionKind, u"m", {7});
-    Common::SetSafeAssertFlags(flags);
+    EXPECT_EQ(capture.Expressions(),
+              (std::vector<std::string>{"values.size() == kind.Count", "value.Kind == kind.Types[index]"}));
     EXPECT_EQ(std::u16string(error.GetWideString("path")), u"");
     EXPECT_STREQ(error.GetString("function"), "");
 }

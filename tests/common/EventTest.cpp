@@ -14,7 +14,7 @@ namespace
 using Common::Event;
 using namespace std::chrono_literals;
 
-// Waits (briefly spinning) until `count` threads are inside a wait on `event`.
+// Waits (briefly sleeping) until `count` threads are inside a wait on `event`.
 void AwaitWaiters(const Event& event, std::size_t count)
 {
     while (event.GetWaiterCount() < count)
@@ -23,15 +23,35 @@ void AwaitWaiters(const Event& event, std::size_t count)
     }
 }
 
-void JoinAll(std::vector<std::thread>& threads)
+// Threads inside a wait on one event, counting those that have returned; joined at destruction.
+struct Waiters
 {
-    for (std::thread& thread : threads)
+    Waiters(Event& event, int count)
     {
-        thread.join();
+        for (int i = 0; i < count; ++i)
+        {
+            Threads.emplace_back(
+                [this, &event]
+                {
+                    event.Wait();
+                    ++Released;
+                });
+        }
+        AwaitWaiters(event, static_cast<std::size_t>(count));
     }
-}
+    void AwaitReleased(int count) const
+    {
+        while (Released.load() < count)
+        {
+            std::this_thread::sleep_for(1ms);
+        }
+    }
 
-TEST(EventTest, InitialStateAndResetAreSeenByWaitsWithoutTimeOut)
+    std::atomic<int> Released{0};
+    std::vector<std::jthread> Threads;
+};
+
+TEST(EventTest, InitialStateResetAndPulseWithoutWaitersAreSeenByWaitsWithoutTimeOut)
 {
     Event manualSet(true, true);
     EXPECT_TRUE(manualSet.Wait(0));
@@ -45,103 +65,62 @@ TEST(EventTest, InitialStateAndResetAreSeenByWaitsWithoutTimeOut)
     autoSet.Set();
     autoSet.Reset();
     EXPECT_FALSE(autoSet.Wait(0));
-}
 
-TEST(EventTest, WaitTimesOutAfterItsTime)
-{
-    Event event(true, false);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(event.Wait(30));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
-}
-
-TEST(EventTest, SetOfAManualEventReleasesEveryWaiterAndStaysSet)
-{
-    Event event(true, false);
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i)
-    {
-        waiters.emplace_back([&] { event.Wait(); });
-    }
-    AwaitWaiters(event, 3);
-    event.Set();
-    JoinAll(waiters);
-    EXPECT_TRUE(event.Wait(0));
-}
-
-TEST(EventTest, SetOfAnAutoEventReleasesOneWaiterAndIsConsumed)
-{
-    Event event(false, false);
-    std::atomic<int> released{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 2; ++i)
-    {
-        waiters.emplace_back(
-            [&]
-            {
-                event.Wait();
-                ++released;
-            });
-    }
-    AwaitWaiters(event, 2);
-    event.Set();
-    while (released.load() == 0)
-    {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(event.GetWaiterCount(), 1u);
-    EXPECT_EQ(released.load(), 1);
-    EXPECT_FALSE(event.Wait(0));
-    event.Set();
-    JoinAll(waiters);
-    EXPECT_EQ(released.load(), 2);
-    EXPECT_FALSE(event.Wait(0));
-}
-
-TEST(EventTest, PulseReleasesTheCurrentWaitersAndLeavesTheEventReset)
-{
-    for (const bool manual : {true, false})
-    {
-        SCOPED_TRACE(manual ? "manual reset" : "auto reset");
-        Event event(manual, false);
-        std::atomic<int> released{0};
-        std::vector<std::thread> waiters;
-        for (int i = 0; i < 3; ++i)
-        {
-            waiters.emplace_back(
-                [&]
-                {
-                    event.Wait();
-                    ++released;
-                });
-        }
-        AwaitWaiters(event, 3);
-        event.Pulse();
-        const int expected = manual ? 3 : 1;
-        while (released.load() < expected)
-        {
-            std::this_thread::sleep_for(1ms);
-        }
-        EXPECT_EQ(event.GetWaiterCount(), 3u - expected);
-        EXPECT_FALSE(event.Wait(0));
-
-        // Each Set of an auto-reset event goes to one of the waiters still registered.
-        for (int i = manual ? 2 : expected; i < 3; ++i)
-        {
-            event.Set();
-        }
-        JoinAll(waiters);
-        EXPECT_EQ(released.load(), 3);
-    }
-}
-
-TEST(EventTest, PulseWithoutWaitersIsLost)
-{
+    // A pulse that nobody waits for is lost, and resets the event.
     for (const bool manual : {true, false})
     {
         Event event(manual, true);
         event.Pulse();
-        EXPECT_FALSE(event.Wait(0));
+        EXPECT_FALSE(event.Wait(0)) << manual;
+    }
+}
+
+TEST(EventTest, WaitsTimeOutAfterTheirTimeAndWaitAnyLeavesNoRegistration)
+{
+    Event first(false, false);
+    Event second(true, false);
+    Event* events[] = {&first, &second};
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(second.Wait(30));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+    EXPECT_EQ(Event::WaitAny(events, 2, 20), -1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 50ms);
+    EXPECT_EQ(first.GetWaiterCount(), 0u);
+    EXPECT_EQ(second.GetWaiterCount(), 0u);
+}
+
+TEST(EventTest, SetAndPulseReleaseTheWaitersTheKindOfEventSays)
+{
+    const struct
+    {
+        bool Manual;
+        bool Pulse;
+        int Released;
+        bool SetAfter;
+    } cases[] = {
+        {true, false, 3, true},   // Set of a manual event releases every waiter and stays set.
+        {false, false, 1, false}, // Set of an auto event releases one waiter and is consumed.
+        {true, true, 3, false},   // Pulse releases the current waiters and leaves the event reset.
+        {false, true, 1, false},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(::testing::Message() << "manual " << c.Manual << ", pulse " << c.Pulse);
+        Event event(c.Manual, false);
+        Waiters waiters(event, 3);
+        c.Pulse ? event.Pulse() : event.Set();
+        waiters.AwaitReleased(c.Released);
+        EXPECT_EQ(event.GetWaiterCount(), 3u - c.Released);
+        EXPECT_EQ(waiters.Released.load(), c.Released);
+        EXPECT_EQ(event.Wait(0), c.SetAfter);
+
+        // Each Set of an auto-reset event goes to one of the waiters still registered.
+        for (int i = c.Released; i < 3; ++i)
+        {
+            event.Set();
+        }
+        waiters.AwaitReleased(3);
+        EXPECT_EQ(event.Wait(0), c.SetAfter);
     }
 }
 
@@ -158,18 +137,6 @@ TEST(EventTest, WaitAnyAnswersTheFirstSignalledEventAndConsumesOnlyIt)
     Event* mixed[] = {&first, &manual};
     EXPECT_EQ(Event::WaitAny(mixed, 2, 0), 1);
     EXPECT_TRUE(manual.Wait(0));
-}
-
-TEST(EventTest, WaitAnyTimesOutWithMinusOneAndLeavesNoRegistration)
-{
-    Event first(false, false);
-    Event second(true, false);
-    Event* events[] = {&first, &second};
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Event::WaitAny(events, 2, 20), -1);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
-    EXPECT_EQ(first.GetWaiterCount(), 0u);
-    EXPECT_EQ(second.GetWaiterCount(), 0u);
 }
 
 TEST(EventTest, WaitAnyIsReleasedBySetOfALaterEventWhichItConsumes)

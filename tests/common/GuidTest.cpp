@@ -1,12 +1,14 @@
 #include "common/Guid.h"
 
-#include "common/Error.h"
-#include "common/SafeAssert.h"
+#include "AssertCapture.h"
+#include "ThrownError.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -41,16 +43,10 @@ TEST(GuidTest, ParsingFillsEveryFieldAtItsWidth)
 
 TEST(GuidTest, NullTextIsABrokenInvariant)
 {
-    static std::string reported;
-    reported.clear();
-    const std::uint32_t flags = Common::GetSafeAssertFlags();
-    Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-    Common::SetSafeAssertEventHook([](int, int, int, const char* text) { reported = text; });
+    Testing::AssertCapture capture;
     Guid guid = Sample;
     EXPECT_FALSE(Common::GuidFromString(nullptr, guid));
-    Common::SetSafeAssertEventHook(nullptr);
-    Common::SetSafeAssertFlags(flags);
-    EXPECT_NE(reported.find("Assertion failed: t, file"), std::string::npos);
+    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"t"});
     EXPECT_EQ(guid, Sample);
 }
 
@@ -62,18 +58,12 @@ TEST(GuidTest, ToGuidAcceptsOnlyTheCanonicalShape)
          {"", "{0123ABCD-4567-89EF-0123-456789ABCDEF}", "0123ABCD-4567-89EF-0123-456789ABCDEX",
           "0x23ABCD-4567-89EF-0123-456789ABCDEF", "0123ABCD+4567-89EF-0123-456789ABCDEF"})
     {
-        try
-        {
-            Core::ToGuid(std::string(text));
-            ADD_FAILURE() << text;
-        }
-        catch (const Common::Error& error)
-        {
-            EXPECT_EQ(error.GetCode(), 0x00E60005u);
-            EXPECT_NE(error.GetMessage().find(Common::WideString(text, text + std::strlen(text))),
-                      Common::WideString::npos);
-            EXPECT_STREQ(error.GetLineTag().Function, "Core::ToGuid");
-        }
+        SCOPED_TRACE(text);
+        const Common::Error error = Testing::ThrownError([&] { Core::ToGuid(std::string(text)); });
+        EXPECT_EQ(error.GetCode(), 0x00E60005u);
+        EXPECT_NE(error.GetMessage().find(Common::WideString(text, text + std::strlen(text))),
+                  Common::WideString::npos);
+        EXPECT_STREQ(error.GetLineTag().Function, "Core::ToGuid");
     }
 }
 

@@ -87,23 +87,17 @@ protected:
     LanguageList Saved = GetLanguages();
 };
 
-TEST_F(LanguageRegistryTest, SubscriberIsToldAtOnceAndOnEverySet)
+TEST_F(LanguageRegistryTest, SubscriberIsToldAtOnceAndOnEverySetUntilUnsubscribed)
 {
     SetLanguages({"de_DE"});
     SubscribeLanguage(&RecordLanguages);
     SubscribeLanguage(&RecordLanguages); // a second subscription only calls it
     SetLanguages({"pt_BR", "x"});
-    const std::vector<LanguageList> expected = {{"de"}, {"de"}, {"pt_BR", "pt"}};
-    EXPECT_EQ(Notifications, expected);
     EXPECT_EQ(GetLanguages(), (LanguageList{"pt_BR", "pt"}));
-}
-
-TEST_F(LanguageRegistryTest, UnsubscribedSubscriberIsNotToldAnyMore)
-{
-    SubscribeLanguage(&RecordLanguages);
     UnsubscribeLanguage(&RecordLanguages);
     SetLanguages({"fr"});
-    EXPECT_EQ(Notifications.size(), 1u);
+    const std::vector<LanguageList> expected = {{"de"}, {"de"}, {"pt_BR", "pt"}};
+    EXPECT_EQ(Notifications, expected);
 }
 
 TEST(Language, DefaultLanguageIsEnglish)
@@ -111,62 +105,42 @@ TEST(Language, DefaultLanguageIsEnglish)
     EXPECT_STREQ(GetDefaultLanguage(), "en");
 }
 
-// A loader that finds only the files it is given, and records what it was asked for.
-class LoadLocalizedTest : public ::testing::Test
+// The loader finds only the files it is given; the first found names the language, else English with
+// the plain name asked for once more. The language is cut to the capacity.
+TEST(LoadLocalized, AsksInOrderUntilAFileIsFound)
 {
-protected:
-    bool Load(const std::vector<std::string>& languages, std::size_t capacity = sizeof Language)
+    using Names = std::vector<std::string>;
+    const struct
     {
-        const LocalizedLoader loader = [this](const std::string& path)
+        Names Existing;
+        Names Languages;
+        std::size_t Capacity;
+        bool Found;
+        Names Asked;
+        const char* Language;
+    } cases[] = {
+        {{"fr/help.txt", "help.txt"}, {"de", "fr", "en"}, 8, true, {"de/help.txt", "fr/help.txt"}, "fr"},
+        // English means the plain name.
+        {{"help.txt", "it/help.txt"}, {"de", "en", "it"}, 8, true, {"de/help.txt", "help.txt"}, "en"},
+        {{"help.txt"}, {"de", "pt_BR"}, 8, true, {"de/help.txt", "pt_BR/help.txt", "help.txt"}, "en"},
+        {{}, {"de"}, 8, false, {"de/help.txt", "help.txt"}, "en"},
+        {{"pt_BR/help.txt"}, {"pt_BR"}, 3, true, {"pt_BR/help.txt"}, "pt"},
+        {{"pt_BR/help.txt"}, {"pt_BR"}, 0, true, {"pt_BR/help.txt"}, "unset"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(::testing::PrintToString(c.Languages) + " " + std::to_string(c.Capacity));
+        Names asked;
+        const LocalizedLoader loader = [&](const std::string& path)
         {
-            Asked.push_back(path);
-            return std::find(Existing.begin(), Existing.end(), path) != Existing.end();
+            asked.push_back(path);
+            return std::find(c.Existing.begin(), c.Existing.end(), path) != c.Existing.end();
         };
-        return LoadLocalized(languages, loader, "help.txt", Language, capacity);
+        char language[8] = "unset";
+        EXPECT_EQ(LoadLocalized(c.Languages, loader, "help.txt", language, c.Capacity), c.Found);
+        EXPECT_EQ(asked, c.Asked);
+        EXPECT_STREQ(language, c.Language);
     }
-
-    std::vector<std::string> Existing;
-    std::vector<std::string> Asked;
-    char Language[8] = "unset";
-};
-
-TEST_F(LoadLocalizedTest, FirstLanguageWithTheFileWins)
-{
-    Existing = {"fr/help.txt", "help.txt", "it/help.txt"};
-    EXPECT_TRUE(Load({"de", "fr", "en", "it"}));
-    EXPECT_EQ(Asked, (std::vector<std::string>{"de/help.txt", "fr/help.txt"}));
-    EXPECT_STREQ(Language, "fr");
-}
-
-TEST_F(LoadLocalizedTest, EnglishMeansThePlainName)
-{
-    Existing = {"help.txt", "it/help.txt"};
-    EXPECT_TRUE(Load({"de", "en", "it"}));
-    EXPECT_EQ(Asked, (std::vector<std::string>{"de/help.txt", "help.txt"}));
-    EXPECT_STREQ(Language, "en");
-}
-
-TEST_F(LoadLocalizedTest, NothingFoundFallsBackToThePlainNameInEnglish)
-{
-    Existing = {"help.txt"};
-    EXPECT_TRUE(Load({"de", "pt_BR"}));
-    EXPECT_EQ(Asked, (std::vector<std::string>{"de/help.txt", "pt_BR/help.txt", "help.txt"}));
-    EXPECT_STREQ(Language, "en");
-
-    Existing.clear();
-    EXPECT_FALSE(Load({"de"}));
-    EXPECT_STREQ(Language, "en");
-}
-
-TEST_F(LoadLocalizedTest, LanguageIsCutToTheCapacity)
-{
-    Existing = {"pt_BR/help.txt"};
-    EXPECT_TRUE(Load({"pt_BR"}, 3));
-    EXPECT_STREQ(Language, "pt");
-
-    std::strcpy(Language, "unset");
-    EXPECT_TRUE(Load({"pt_BR"}, 0));
-    EXPECT_STREQ(Language, "unset");
 }
 
 } // namespace

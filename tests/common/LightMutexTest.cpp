@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -72,32 +73,28 @@ TEST_P(LightMutexContentionTest, CounterOfManyThreadsLosesNoIncrement)
     const bool cleanup = GetParam();
     LightMutex mutex(cleanup);
     long counter = 0;
-    std::vector<std::thread> threads;
     constexpr int Threads = 4;
     constexpr int Rounds = 5000;
-    for (int t = 0; t < Threads; ++t)
     {
-        threads.emplace_back(
-            [&, t]
-            {
-                for (int i = 0; i < Rounds; ++i)
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < Threads; ++t)
+        {
+            threads.emplace_back(
+                [&, t]
                 {
-                    Common::LightMutexLock outer(mutex);
-                    if ((i + t) % 3 == 0)
+                    for (int i = 0; i < Rounds; ++i)
                     {
-                        Common::LightMutexLock inner(mutex);
+                        Common::LightMutexLock outer(mutex);
+                        // Every third hold is a recursive one.
+                        std::optional<Common::LightMutexLock> inner;
+                        if ((i + t) % 3 == 0)
+                        {
+                            inner.emplace(mutex);
+                        }
                         ++counter;
                     }
-                    else
-                    {
-                        ++counter;
-                    }
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
+                });
+        }
     }
     EXPECT_EQ(counter, Threads * Rounds);
     if (cleanup)

@@ -1,18 +1,18 @@
 #include "Platform/Logging.h"
 
+#include "AssertCapture.h"
 #include "LogCapture.h"
 #include "Platform/LineTag.h"
+#include "ScopedEnvironment.h"
 #include "common/Error.h"
 #include "common/Log.h"
 #include "common/LoggingBind.h"
-#include "common/SafeAssert.h"
 #include "common/Trace.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cinttypes>
-#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -74,29 +74,19 @@ TEST(LoggingLibraryTest, OutputFileComesFromTheCallThenTheVariable)
 {
     const std::string path = ::testing::TempDir() + "VeltrixVariableLog." + std::to_string(getpid());
     std::remove(path.c_str());
-    const char* saved = std::getenv("VELTRIX_LOG_FILE");
-    const std::string savedValue = saved == nullptr ? "" : saved;
     {
-        LogCapture capture;
-        setenv("VELTRIX_LOG_FILE", path.c_str(), 1);
-        Logging_LogBuffer(nullptr, 2, "explicit", 8);
-        EXPECT_EQ(capture.Lines().size(), 1u);
-        EXPECT_EQ(Logging_SetOutputFile("/nonexistent-directory/log"), ENOENT);
+        const Testing::ScopedEnvironment variable("VELTRIX_LOG_FILE", path.c_str());
+        {
+            LogCapture capture;
+            Logging_LogBuffer(nullptr, 2, "explicit", 8);
+            EXPECT_EQ(capture.Lines().size(), 1u);
+            EXPECT_EQ(Logging_SetOutputFile("/nonexistent-directory/log"), ENOENT);
+        }
+        Logging_LogBuffer(nullptr, 2, "variable", 8);
+        Logging_SetOutputFile(nullptr); // closes the variable's file
     }
-    Logging_LogBuffer(nullptr, 2, "variable", 8);
-    Logging_SetOutputFile(nullptr); // closes the variable's file
-    if (saved == nullptr)
-    {
-        unsetenv("VELTRIX_LOG_FILE");
-    }
-    else
-    {
-        setenv("VELTRIX_LOG_FILE", savedValue.c_str(), 1);
-    }
-
-    std::ifstream stream(path);
     std::ostringstream text;
-    text << stream.rdbuf();
+    text << std::ifstream(path).rdbuf();
     EXPECT_EQ(text.str(), "2 0000000000000000 - -:0 -: variable\n");
     std::remove(path.c_str());
 }
@@ -107,16 +97,10 @@ TEST(LoggingLibraryTest, LogCarriesTheCompileTimeSiteAndAssertsOnANullFormat)
     const Common::ErrorLocation site = COMMON_LOCATION("Alerts::Util::LogText");
     Logging::Log(site, 2, nullptr, "%s: %s", "ACTIVATED", "type=BackupFailed");
 
-    static std::string reported;
-    const std::uint32_t flags = Common::GetSafeAssertFlags();
-    Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-    Common::SetSafeAssertEventHook([](int, int, int, const char* text) { reported = text; });
+    Testing::AssertCapture asserts;
     auto* log = &Logging::Log; // a call through a pointer escapes the compiler's format check
     log(site, 2, nullptr, nullptr);
-    Common::SetSafeAssertEventHook(nullptr);
-    Common::SetSafeAssertFlags(flags);
-
-    EXPECT_EQ(reported.rfind("Assertion failed: format, file", 0), 0u) << reported;
+    EXPECT_EQ(asserts.Expressions(), std::vector<std::string>{"format"});
     EXPECT_EQ(capture.Lines(),
               (std::vector<std::string>{"2 " + Tag(site.LineTag) +
                                         " - tests/common/LoggingTest.cpp:" + std::to_string(site.Line) +

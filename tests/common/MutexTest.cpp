@@ -1,11 +1,10 @@
 #include "common/Mutex.h"
 
-#include "common/SafeAssert.h"
+#include "AssertCapture.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,50 +13,7 @@ namespace
 {
 
 using Common::Mutex;
-
-// Safe-assert reports, from any thread, while an AssertCapture lives.
-std::mutex ReportsLock;
-std::vector<std::string> Reports;
-
-void RecordReport(int, int, int, const char* text)
-{
-    std::lock_guard<std::mutex> guard(ReportsLock);
-    Reports.emplace_back(text);
-}
-
-class AssertCapture
-{
-public:
-    AssertCapture()
-    {
-        Common::Detail::InitialiseSafeAssertForTesting();
-        SavedFlags = Common::GetSafeAssertFlags();
-        Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-        Common::SetSafeAssertEventHook(RecordReport);
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        Reports.clear();
-    }
-    ~AssertCapture()
-    {
-        Common::SetSafeAssertEventHook(nullptr);
-        Common::SetSafeAssertFlags(SavedFlags);
-    }
-    std::vector<std::string> Expressions() const
-    {
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        std::vector<std::string> expressions;
-        for (const std::string& report : Reports)
-        {
-            const std::string prefix = "Assertion failed: ";
-            const std::size_t end = report.rfind(", file ");
-            expressions.push_back(report.substr(prefix.size(), end - prefix.size()));
-        }
-        return expressions;
-    }
-
-private:
-    std::uint32_t SavedFlags = 0;
-};
+using Strings = std::vector<std::string>;
 
 const std::string LockedAtDestruction = "MUTEX_DATA.OwningThread == 0 || (GetVersion() & 0x80000000)";
 const std::string UnlockedByStranger =
@@ -97,12 +53,12 @@ TEST(MutexTest, RecursiveHoldsKeepOtherThreadsOutUntilTheLastUnlock)
 
 TEST(MutexTest, UnlockByAThreadThatDoesNotOwnItAssertsAndChangesNothing)
 {
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     Mutex mutex;
     mutex.Lock();
     std::thread([&] { mutex.Unlock(); }).join();
 
-    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{UnlockedByStranger});
+    EXPECT_EQ(capture.Expressions(), Strings{UnlockedByStranger});
     EXPECT_TRUE(mutex.IsOwnedByCurrentThread());
     EXPECT_FALSE(TryLockElsewhere(mutex));
     mutex.Unlock();
@@ -112,16 +68,16 @@ TEST(MutexTest, UnlockByAThreadThatDoesNotOwnItAssertsAndChangesNothing)
 
 TEST(MutexTest, UnlockOfAMutexNobodyHoldsAsserts)
 {
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     Mutex mutex;
     mutex.Unlock();
-    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{UnlockedByStranger});
+    EXPECT_EQ(capture.Expressions(), Strings{UnlockedByStranger});
     EXPECT_TRUE(TryLockElsewhere(mutex));
 }
 
 TEST(MutexTest, DestroyingALockedMutexAssertsOnlyThen)
 {
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     {
         Mutex unlocked;
         unlocked.Lock();
@@ -133,30 +89,28 @@ TEST(MutexTest, DestroyingALockedMutexAssertsOnlyThen)
     locked->Lock();
     locked->Lock();
     locked.reset();
-    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{LockedAtDestruction});
+    EXPECT_EQ(capture.Expressions(), Strings{LockedAtDestruction});
 }
 
 TEST(MutexTest, MutexLockSerialisesIncrementsOfManyThreads)
 {
     Mutex mutex;
     long counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
     {
-        threads.emplace_back(
-            [&]
-            {
-                for (int i = 0; i < 20000; ++i)
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t)
+        {
+            threads.emplace_back(
+                [&]
                 {
-                    Common::MutexLock outer(mutex);
-                    Common::MutexLock inner(mutex);
-                    ++counter;
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
+                    for (int i = 0; i < 20000; ++i)
+                    {
+                        Common::MutexLock outer(mutex);
+                        Common::MutexLock inner(mutex);
+                        ++counter;
+                    }
+                });
+        }
     }
     EXPECT_EQ(counter, 80000);
     EXPECT_FALSE(mutex.IsOwnedByCurrentThread());

@@ -1,5 +1,7 @@
 #include "common/SafeAssert.h"
 
+#include "ScopedEnvironment.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -7,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -58,53 +59,19 @@ int AnswerBox(const char* text, const char* title, unsigned style)
     return Record.BoxAnswer;
 }
 
-std::optional<std::string> ReadVariable(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
-}
-
-void WriteVariable(const char* name, const std::optional<std::string>& value)
-{
-    if (value)
-    {
-        setenv(name, value->c_str(), 1);
-    }
-    else
-    {
-        unsetenv(name);
-    }
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream stream(path);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
+// Each test starts from the settings of process start with neither variable set; both come back after.
 class SafeAssertTest : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        unsetenv(FlagsVariable);
-        unsetenv(LogFileVariable);
         Detail::ResetSafeAssertForTesting();
         Record = Seen{};
     }
+    void TearDown() override { Detail::ResetSafeAssertForTesting(); }
 
-    void TearDown() override
-    {
-        WriteVariable(FlagsVariable, SavedFlags);
-        WriteVariable(LogFileVariable, SavedLogFile);
-        Detail::ResetSafeAssertForTesting();
-    }
-
-private:
-    std::optional<std::string> SavedFlags = ReadVariable(FlagsVariable);
-    std::optional<std::string> SavedLogFile = ReadVariable(LogFileVariable);
+    Testing::ScopedEnvironment FlagsValue{FlagsVariable, nullptr};
+    Testing::ScopedEnvironment LogFileValue{LogFileVariable, nullptr};
 };
 
 using SafeAssertDeathTest = SafeAssertTest;
@@ -135,19 +102,16 @@ TEST_F(SafeAssertTest, FlagsVariableIsReadAsNumberOrWords)
     for (const auto& test : cases)
     {
         SCOPED_TRACE(test.Value == nullptr ? "(unset)" : test.Value);
-        WriteVariable(FlagsVariable,
-                      test.Value == nullptr ? std::nullopt : std::optional<std::string>(test.Value));
+        FlagsValue.Set(test.Value);
         Detail::ResetSafeAssertForTesting();
         Detail::InitialiseSafeAssertForTesting();
         EXPECT_EQ(GetSafeAssertFlags(), test.Flags);
     }
-}
 
-TEST_F(SafeAssertTest, UnknownWordSwitchesReportingOff)
-{
-    setenv(FlagsVariable, "event nonsense", 1);
+    // Read by the first report, an unknown word switches reporting off.
+    FlagsValue.Set("event nonsense");
+    Detail::ResetSafeAssertForTesting();
     SetSafeAssertEventHook(RecordEvent);
-
     EXPECT_EQ(SafeAssertFailure("x", "f.cpp", 1), 0);
     EXPECT_TRUE(Record.Events.empty());
 }
@@ -156,20 +120,22 @@ TEST_F(SafeAssertTest, LogFileReceivesTextAfterEarlierContent)
 {
     const std::string path = ::testing::TempDir() + "SafeAssertLog." + std::to_string(getpid());
     std::ofstream(path) << "earlier\n";
-    setenv(FlagsVariable, "log", 1);
-    setenv(LogFileVariable, path.c_str(), 1);
+    FlagsValue.Set("log");
+    LogFileValue.Set(path.c_str());
 
     EXPECT_EQ(SafeAssertFailure("x == 1", "a.cpp", 7), 1);
     Detail::ResetSafeAssertForTesting();
 
-    EXPECT_EQ(ReadFile(path), "earlier\nAssertion failed: x == 1, file a.cpp, line 7\n");
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    EXPECT_EQ(text.str(), "earlier\nAssertion failed: x == 1, file a.cpp, line 7\n");
     std::remove(path.c_str());
 }
 
 TEST_F(SafeAssertTest, LogFileVariableSelectsStdout)
 {
-    setenv(FlagsVariable, "0x4", 1);
-    setenv(LogFileVariable, "stdout", 1);
+    FlagsValue.Set("0x4");
+    LogFileValue.Set("stdout");
 
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
@@ -279,7 +245,7 @@ std::string Program()
     return program.size() > 60 ? program.substr(program.size() - 60) : program;
 }
 
-TEST_F(SafeAssertMessageBoxTest, TextKeepsLastSixtyCharactersOfLongNames)
+TEST_F(SafeAssertMessageBoxTest, TextKeepsLastSixtyCharactersOfLongNamesAndAnswersDecideTheResult)
 {
     const std::string file = "dir/" + std::string(57, 'f'); // 61 characters
     const std::string expression = std::string(60, 'e');    // kept whole
@@ -292,12 +258,7 @@ TEST_F(SafeAssertMessageBoxTest, TextKeepsLastSixtyCharactersOfLongNames)
                                   "\n\n(Press Retry to debug the application)");
     EXPECT_EQ(Record.BoxTitle, "Veltrix runtime check failure");
     EXPECT_EQ(Record.BoxStyle, 0x212u);
-}
 
-TEST_F(SafeAssertMessageBoxTest, AnswersDecideTheResult)
-{
-    Record.BoxAnswer = 1;
-    EXPECT_EQ(SafeAssertFailure("x", "f.cpp", 1), 0);
     // Retry without a debugger goes on as if no box had been shown.
     Record.BoxAnswer = 4;
     EXPECT_EQ(SafeAssertFailure("x", "f.cpp", 1), 1);

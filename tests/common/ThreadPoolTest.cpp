@@ -1,19 +1,17 @@
 #include "common/ThreadPool.h"
 
+#include "AssertCapture.h"
 #include "Platform/ThreadPool.h"
-#include "common/Error.h"
+#include "ThreadProbe.h"
+#include "ThrownError.h"
 #include "common/ErrorSerialization.h"
-#include "common/Event.h"
-#include "common/SafeAssert.h"
 #include "common/SystemMessages.h"
-#include "common/ThreadIdentity.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,72 +20,10 @@ namespace
 
 using Common::ThreadAccessor;
 using Common::ThreadPool;
+using Testing::Observe;
+using Testing::Probe;
 
-std::mutex ReportsLock;
-std::vector<std::string> Reports;
-
-void RecordReport(int, int, int, const char* text)
-{
-    std::lock_guard<std::mutex> guard(ReportsLock);
-    Reports.emplace_back(text);
-}
-
-// Safe-assert reports while alive, as their expressions.
-class AssertCapture
-{
-public:
-    AssertCapture()
-    {
-        Common::Detail::InitialiseSafeAssertForTesting();
-        SavedFlags = Common::GetSafeAssertFlags();
-        Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-        Common::SetSafeAssertEventHook(RecordReport);
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        Reports.clear();
-    }
-    ~AssertCapture()
-    {
-        Common::SetSafeAssertEventHook(nullptr);
-        Common::SetSafeAssertFlags(SavedFlags);
-    }
-    std::vector<std::string> Expressions() const
-    {
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        std::vector<std::string> expressions;
-        for (const std::string& report : Reports)
-        {
-            const std::string prefix = "Assertion failed: ";
-            expressions.push_back(report.substr(prefix.size(), report.rfind(", file ") - prefix.size()));
-        }
-        return expressions;
-    }
-
-private:
-    std::uint32_t SavedFlags = 0;
-};
-
-// What a pool function saw; it waits for Release before it returns Result.
-struct Probe
-{
-    Probe() = default;
-    explicit Probe(unsigned result) : Result(result) { Release.Set(); }
-
-    Common::Event Release{true, false};
-    Common::Identity IdentitySeen = 99;
-    Common::ThreadId IdSeen = 0;
-    unsigned Result = 0;
-};
-
-unsigned Observe(void* argument)
-{
-    auto& probe = *static_cast<Probe*>(argument);
-    probe.IdentitySeen = Common::ThreadIdentity::GetCurrent();
-    probe.IdSeen = Common::GetCurrentThreadId();
-    probe.Release.Wait();
-    return probe.Result;
-}
-
-TEST(ThreadPoolTest, FunctionRunsOnAPoolThreadAndReportsItsExitCode)
+TEST(ThreadPoolTest, FunctionRunsOnAPoolThreadAndReportsItsExitCodeAndNormalisedPriority)
 {
     Probe probe;
     probe.Result = 77;
@@ -102,43 +38,34 @@ TEST(ThreadPoolTest, FunctionRunsOnAPoolThreadAndReportsItsExitCode)
     EXPECT_EQ(thread->GetThreadId(), probe.IdSeen);
     EXPECT_NE(probe.IdSeen, Common::GetCurrentThreadId());
     EXPECT_EQ(thread->GetPriority(), Common::BelowNormalPriority);
+
+    Probe unknown(0);
+    const auto normal = ThreadPool::CreateThread(Observe, &unknown, 12);
+    normal->Wait();
+    EXPECT_EQ(normal->GetPriority(), Common::NormalPriority);
 }
 
-TEST(ThreadPoolTest, UnknownPriorityIsReportedAsNormal)
-{
-    Probe probe(0);
-    const auto thread = ThreadPool::CreateThread(Observe, &probe, 12);
-    thread->Wait();
-    EXPECT_EQ(thread->GetPriority(), Common::NormalPriority);
-}
-
-TEST(ThreadPoolTest, IdleThreadIsReusedUntilClearDropsIt)
+TEST(ThreadPoolTest, IdleThreadIsReusedUntilClearDropsItAndABusyOneGetsNoSecondFunction)
 {
     ThreadPool pool = ThreadPool::Create();
     Probe first(1);
     pool.Start(Observe, &first)->Wait();
-    Probe second(2);
-    const auto reused = pool.Start(Observe, &second);
-    reused->Wait();
-    EXPECT_EQ(second.IdSeen, first.IdSeen);
-    EXPECT_EQ(reused->GetExitCode(), 2u);
+    Probe reusing;
+    reusing.Result = 2;
+    const auto running = pool.Start(Observe, &reusing);
+    Probe other(0);
+    pool.Start(Observe, &other)->Wait();
+    reusing.Release.Set();
+    running->Wait();
+    EXPECT_EQ(reusing.IdSeen, first.IdSeen);
+    EXPECT_EQ(running->GetExitCode(), 2u);
+    EXPECT_NE(other.IdSeen, first.IdSeen);
 
     pool.Clear();
     Probe third(3);
     pool.Start(Observe, &third)->Wait();
     EXPECT_NE(third.IdSeen, first.IdSeen);
-}
-
-TEST(ThreadPoolTest, BusyThreadIsNotGivenASecondFunction)
-{
-    ThreadPool pool = ThreadPool::Create();
-    Probe busy;
-    const auto running = pool.Start(Observe, &busy);
-    Probe other(0);
-    pool.Start(Observe, &other)->Wait();
-    EXPECT_NE(other.IdSeen, running->GetThreadId());
-    busy.Release.Set();
-    running->Wait();
+    EXPECT_NE(third.IdSeen, other.IdSeen);
 }
 
 TEST(ThreadPoolTest, DeletingThePoolWaitsForItsRunningFunctions)
@@ -221,19 +148,12 @@ TEST(ThreadPoolTest, FailingLibraryCallRethrowsThePoolsErrorWithItsCodeAndMessag
     {
         SCOPED_TRACE(accessor.Name);
         ThreadPoolInjectFailure(0x00F90042, "worker record lost: é");
-        try
-        {
-            accessor.Call(*thread);
-            ADD_FAILURE() << "no error";
-        }
-        catch (const Common::Error& error)
-        {
-            EXPECT_EQ(error.GetCode(), 0x00F90042u);
-            EXPECT_EQ(error.GetMessage(), u"worker record lost: é");
-            EXPECT_STREQ(error.GetLineTag().Function, accessor.LibraryFunction);
-            EXPECT_STREQ(error.GetLineTag().File, "platform/src/ThreadPool.cpp");
-            EXPECT_STREQ(error.GetString("$module"), "VeltrixPlatform/1.0.0");
-        }
+        const Common::Error error = Testing::ThrownError([&] { accessor.Call(*thread); });
+        EXPECT_EQ(error.GetCode(), 0x00F90042u);
+        EXPECT_EQ(error.GetMessage(), u"worker record lost: é");
+        EXPECT_STREQ(error.GetLineTag().Function, accessor.LibraryFunction);
+        EXPECT_STREQ(error.GetLineTag().File, "platform/src/ThreadPool.cpp");
+        EXPECT_STREQ(error.GetString("$module"), "VeltrixPlatform/1.0.0");
         // Only the next call fails.
         EXPECT_NO_THROW(accessor.Call(*thread));
     }
@@ -288,24 +208,16 @@ TEST(ThreadPoolTest, FailedCreationThrowsCodeSevenAtTheCreatingFunction)
     {
         SCOPED_TRACE(call.Function);
         ThreadPoolInjectCreationFailure(EAGAIN);
-        try
-        {
-            call.Create();
-            ADD_FAILURE() << "no error";
-        }
-        catch (const Common::Error& error)
-        {
-            EXPECT_EQ(error.GetCode(), Common::ThreadCreationFailedCode);
-            EXPECT_STREQ(error.GetLineTag().Function, call.Function);
-            EXPECT_EQ(error.GetSubError().GetNumber("code"),
-                      0x80070000u | Common::WindowsErrorFromErrno(EAGAIN));
-        }
+        const Common::Error error = Testing::ThrownError(call.Create);
+        EXPECT_EQ(error.GetCode(), Common::ThreadCreationFailedCode);
+        EXPECT_STREQ(error.GetLineTag().Function, call.Function);
+        EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070000u | Common::WindowsErrorFromErrno(EAGAIN));
     }
 }
 
 TEST(ThreadPoolTest, TerminateAndSetPriorityAssertAndChangeNothing)
 {
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     Probe probe;
     probe.Result = 3;
     const auto thread = ThreadPool::CreateThread(Observe, &probe, Common::AboveNormalPriority);

@@ -1,17 +1,13 @@
 #include "common/Thread.h"
 
-#include "common/Error.h"
-#include "common/Event.h"
-#include "common/SafeAssert.h"
+#include "AssertCapture.h"
+#include "ThreadProbe.h"
+#include "ThrownError.h"
 #include "common/SystemMessages.h"
-#include "common/ThreadIdentity.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
-#include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,67 +15,8 @@ namespace
 {
 
 using Common::Thread;
-
-std::mutex ReportsLock;
-std::vector<std::string> Reports;
-
-void RecordReport(int, int, int, const char* text)
-{
-    std::lock_guard<std::mutex> guard(ReportsLock);
-    Reports.emplace_back(text);
-}
-
-// Safe-assert reports while alive, as their expressions.
-class AssertCapture
-{
-public:
-    AssertCapture()
-    {
-        Common::Detail::InitialiseSafeAssertForTesting();
-        SavedFlags = Common::GetSafeAssertFlags();
-        Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-        Common::SetSafeAssertEventHook(RecordReport);
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        Reports.clear();
-    }
-    ~AssertCapture()
-    {
-        Common::SetSafeAssertEventHook(nullptr);
-        Common::SetSafeAssertFlags(SavedFlags);
-    }
-    std::vector<std::string> Expressions() const
-    {
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        std::vector<std::string> expressions;
-        for (const std::string& report : Reports)
-        {
-            const std::string prefix = "Assertion failed: ";
-            expressions.push_back(report.substr(prefix.size(), report.rfind(", file ") - prefix.size()));
-        }
-        return expressions;
-    }
-
-private:
-    std::uint32_t SavedFlags = 0;
-};
-
-// What a thread function saw; it waits for Release before it returns.
-struct Probe
-{
-    Common::Event Release{true, false};
-    Common::Identity IdentitySeen = 99;
-    Common::ThreadId IdSeen = 0;
-    unsigned Result = 0;
-};
-
-unsigned Observe(void* argument)
-{
-    auto& probe = *static_cast<Probe*>(argument);
-    probe.IdentitySeen = Common::ThreadIdentity::GetCurrent();
-    probe.IdSeen = Common::GetCurrentThreadId();
-    probe.Release.Wait();
-    return probe.Result;
-}
+using Testing::Observe;
+using Testing::Probe;
 
 TEST(ThreadTest, RunsTheFunctionAndKeepsItsExitCode)
 {
@@ -99,10 +36,8 @@ TEST(ThreadTest, RunsTheFunctionAndKeepsItsExitCode)
 
 TEST(ThreadTest, RunsWithTheIdentityOfItsCreatorWhoseOwnIsUnchanged)
 {
-    Probe impersonated;
-    impersonated.Release.Set();
-    Probe plain;
-    plain.Release.Set();
+    Probe impersonated(0);
+    Probe plain(0);
     {
         Common::ThreadIdentity scope(42);
         Thread thread(Observe, &impersonated);
@@ -121,19 +56,11 @@ TEST(ThreadTest, FailedCreationThrowsCodeSevenWithTheSystemCauseAndKeepsTheIdent
     Common::ThreadIdentity scope(7);
     Common::Detail::FailNextThreadCreation(EAGAIN);
     Probe probe;
-    try
-    {
-        Thread thread(Observe, &probe);
-        ADD_FAILURE() << "no error";
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), Common::ThreadCreationFailedCode);
-        EXPECT_STREQ(error.GetLineTag().Function, "Common::Thread::Thread");
-        const Common::Error cause = error.GetSubError();
-        EXPECT_EQ(cause.GetCode(), Common::SystemErrorCode);
-        EXPECT_EQ(cause.GetNumber("code"), 0x80070000u | Common::WindowsErrorFromErrno(EAGAIN));
-    }
+    const Common::Error error = Testing::ThrownError([&] { Thread thread(Observe, &probe); });
+    EXPECT_EQ(error.GetCode(), Common::ThreadCreationFailedCode);
+    EXPECT_STREQ(error.GetLineTag().Function, "Common::Thread::Thread");
+    EXPECT_EQ(error.GetSubError().GetCode(), Common::SystemErrorCode);
+    EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070000u | Common::WindowsErrorFromErrno(EAGAIN));
     EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), 7u);
 }
 
@@ -161,7 +88,7 @@ TEST(ThreadTest, ThreadOutlivesItsObjectAndFinishesItsFunction)
 
 TEST(ThreadTest, TerminateAssertsAndLeavesTheThreadRunning)
 {
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     Probe probe;
     probe.Result = 5;
     Thread thread(Observe, &probe);

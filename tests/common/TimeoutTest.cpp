@@ -1,9 +1,9 @@
 #include "common/Timeout.h"
 
 #include "Platform/ThreadPool.h"
+#include "ThrownError.h"
 #include "common/Clock.h"
 #include "common/CyclicTimeout.h"
-#include "common/Error.h"
 #include "common/Event.h"
 #include "common/MonotonicTicks.h"
 #include "common/ThreadId.h"
@@ -118,21 +118,6 @@ TEST_F(TickWideningTest, TimeKeepsGrowingAcrossBits31And32)
     }
 }
 
-TEST(TimeoutTest, DelayZeroFiresAtTheMonitorsNextPass)
-{
-    Calls seen;
-    Tagged tag{&seen, 7};
-    Timeout timeout(RecordCall, &tag, 0, false);
-    EXPECT_TRUE(timeout.Wait(10000));
-    EXPECT_EQ(seen.Count, 1);
-    EXPECT_TRUE(timeout.IsFinished());
-    EXPECT_EQ(timeout.GetExitCode(), 7u);
-    // Stop after firing does nothing, and Wait returns at once.
-    timeout.Stop();
-    timeout.Wait();
-    EXPECT_EQ(seen.Count, 1);
-}
-
 TEST(TimeoutTest, EarlierTimeoutWakesTheMonitor)
 {
     Calls seen;
@@ -147,29 +132,21 @@ TEST(TimeoutTest, EarlierTimeoutWakesTheMonitor)
     EXPECT_EQ(seen.Order, std::vector<int>{2});
 }
 
-TEST(TimeoutTest, StoppedTimeoutNeverFires)
+TEST(TimeoutTest, OneHourTimeoutFiresOnAVirtualAdvanceWithoutSleepingAndAStoppedOneNever)
 {
     VirtualTime time;
     Calls seen;
-    Tagged tag{&seen, 1};
-    Timeout timeout(RecordCall, &tag, 1000, false);
-    timeout.Stop();
-    EXPECT_TRUE(timeout.IsFinished());
-    time.Clock.Advance(5000);
-    EXPECT_EQ(seen.Count, 0);
-}
-
-TEST(TimeoutTest, OneHourTimeoutFiresOnAVirtualAdvanceWithoutSleeping)
-{
-    VirtualTime time;
-    Calls seen;
-    Tagged tag{&seen, 1};
+    Tagged hourTag{&seen, 1};
+    Tagged stoppedTag{&seen, 2};
     const auto started = std::chrono::steady_clock::now();
-    Timeout timeout(RecordCall, &tag, 3600000, false);
+    Timeout hour(RecordCall, &hourTag, 3600000, false);
+    Timeout stopped(RecordCall, &stoppedTag, 1000, false);
+    stopped.Stop();
+    EXPECT_TRUE(stopped.IsFinished());
     time.Clock.Advance(3599999);
     EXPECT_EQ(seen.Count, 0);
     time.Clock.Advance(1);
-    EXPECT_EQ(seen.Count, 1);
+    EXPECT_EQ(seen.Order, std::vector<int>{1});
     EXPECT_LT(std::chrono::steady_clock::now() - started, 5s);
 }
 
@@ -177,17 +154,13 @@ TEST(TimeoutTest, DueTimesFireInOrderAndEqualOnesByAddress)
 {
     VirtualTime time;
     Calls seen;
-    std::vector<Tagged> tags;
-    for (int i = 0; i < 6; ++i)
-    {
-        tags.push_back(Tagged{&seen, i});
-    }
+    const std::uint32_t delays[] = {300, 100, 200, 200, 200};
+    Tagged tags[] = {{&seen, 0}, {&seen, 1}, {&seen, 2}, {&seen, 3}, {&seen, 4}};
     std::vector<Timeout> timeouts;
-    timeouts.emplace_back(RecordCall, &tags[0], 300, false);
-    timeouts.emplace_back(RecordCall, &tags[1], 100, false);
-    timeouts.emplace_back(RecordCall, &tags[2], 200, false);
-    timeouts.emplace_back(RecordCall, &tags[3], 200, false);
-    timeouts.emplace_back(RecordCall, &tags[4], 200, false);
+    for (int i = 0; i < 5; ++i)
+    {
+        timeouts.emplace_back(RecordCall, &tags[i], delays[i], false);
+    }
     time.Clock.Advance(1000);
     ASSERT_EQ(seen.Order.size(), 5u);
     EXPECT_EQ(seen.Order[0], 1);
@@ -202,8 +175,6 @@ TEST(TimeoutTest, DueTimesFireInOrderAndEqualOnesByAddress)
     // Callbacks that are not asynchronous all ran on the one monitor thread.
     EXPECT_EQ(std::count(seen.Threads.begin(), seen.Threads.end(), seen.Threads[0]), 5);
 }
-
-unsigned RearmInside(void* argument);
 
 struct Rearming
 {
@@ -239,38 +210,39 @@ struct Blocking
     Common::Event Entered{true, false};
     Common::Event Release{true, false};
     std::atomic<bool> Done{false};
-    std::atomic<Common::ThreadId> Thread{0};
 };
 
 unsigned BlockUntilReleased(void* argument)
 {
     auto* state = static_cast<Blocking*>(argument);
-    state->Thread = Common::GetCurrentThreadId();
     state->Entered.Set();
     state->Release.Wait();
     state->Done = true;
     return 3;
 }
 
-TEST(TimeoutTest, StopFromAnotherThreadWaitsForARunningCallback)
+// Stop, or dropping the last handle, on a thread other than the callback's waits until it has returned.
+TEST(TimeoutTest, StopOrDropFromAnotherThreadWaitsForARunningCallback)
 {
-    for (bool asynchronous : {false, true})
+    for (const int way : {0, 1, 2}) // stop on the monitor, stop on a worker, drop on a worker
     {
-        SCOPED_TRACE(asynchronous);
+        SCOPED_TRACE(way);
         Blocking state;
-        Timeout timeout(BlockUntilReleased, &state, 0, asynchronous);
+        auto timeout = std::make_unique<Timeout>(BlockUntilReleased, &state, 0, way != 0);
         ASSERT_TRUE(state.Entered.Wait(10000));
-        std::thread releaser(
+        std::jthread releaser(
             [&]
             {
                 std::this_thread::sleep_for(50ms);
                 state.Release.Set();
             });
-        timeout.Stop();
+        way == 2 ? timeout.reset() : timeout->Stop();
         EXPECT_TRUE(state.Done);
-        releaser.join();
-        timeout.Wait();
-        EXPECT_EQ(timeout.GetExitCode(), 3u);
+        if (timeout)
+        {
+            timeout->Wait();
+            EXPECT_EQ(timeout->GetExitCode(), 3u);
+        }
     }
 }
 
@@ -290,26 +262,10 @@ TEST(TimeoutTest, AsynchronousCallbackRunsOffTheMonitorAndWaitJoinsItsWorker)
     EXPECT_EQ(onWorker.GetExitCode(), 2u);
 }
 
-TEST(TimeoutTest, DroppingTheLastHandleOnAnotherThreadWaitsForTheCallback)
-{
-    Blocking state;
-    auto timeout = std::make_unique<Timeout>(BlockUntilReleased, &state, 0, true);
-    ASSERT_TRUE(state.Entered.Wait(10000));
-    std::thread releaser(
-        [&]
-        {
-            std::this_thread::sleep_for(50ms);
-            state.Release.Set();
-        });
-    timeout.reset();
-    EXPECT_TRUE(state.Done);
-    releaser.join();
-}
-
-TEST(TimeoutTest, MonitorThreadEndsWithTheLastTimeoutAndReturnsWithTheNext)
+TEST(TimeoutTest, MonitorThreadEndsWithTheLastTimeoutAndReturnsWithTheNextWhichFiresAtDelayZero)
 {
     Calls seen;
-    Tagged tag{&seen, 1};
+    Tagged tag{&seen, 7};
     {
         Timeout first(RecordCall, &tag, 3600000, false);
         EXPECT_TRUE(Common::Detail::HasTimeoutMonitor());
@@ -318,6 +274,12 @@ TEST(TimeoutTest, MonitorThreadEndsWithTheLastTimeoutAndReturnsWithTheNext)
     Timeout next(RecordCall, &tag, 0, false);
     EXPECT_TRUE(Common::Detail::HasTimeoutMonitor());
     EXPECT_TRUE(next.Wait(10000));
+    EXPECT_EQ(seen.Count, 1);
+    EXPECT_TRUE(next.IsFinished());
+    EXPECT_EQ(next.GetExitCode(), 7u);
+    // Stop after firing does nothing, and Wait returns at once.
+    next.Stop();
+    next.Wait();
     EXPECT_EQ(seen.Count, 1);
 }
 
@@ -363,15 +325,8 @@ TEST(TimeoutTest, MonitorThatCannotStartFailsTheConstructor)
     Calls seen;
     Tagged tag{&seen, 1};
     ThreadPoolInjectCreationFailure(EAGAIN);
-    try
-    {
-        Timeout timeout(RecordCall, &tag, 0, false);
-        FAIL() << "no error";
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), Common::ThreadCreationFailedCode);
-    }
+    EXPECT_EQ(Testing::ThrownError([&] { Timeout timeout(RecordCall, &tag, 0, false); }).GetCode(),
+              Common::ThreadCreationFailedCode);
     EXPECT_FALSE(Common::Detail::HasTimeoutMonitor());
     Timeout working(RecordCall, &tag, 0, false);
     EXPECT_TRUE(working.Wait(10000));

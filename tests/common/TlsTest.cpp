@@ -1,10 +1,10 @@
 #include "common/Tls.h"
 
-#include "common/SafeAssert.h"
+#include "AssertCapture.h"
+#include "common/Event.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,49 +15,6 @@ namespace
 {
 
 using Common::Tls;
-
-std::mutex ReportsLock;
-std::vector<std::string> Reports;
-
-void RecordReport(int, int, int, const char* text)
-{
-    std::lock_guard<std::mutex> guard(ReportsLock);
-    Reports.emplace_back(text);
-}
-
-// Safe-assert reports while alive, as their expressions.
-class AssertCapture
-{
-public:
-    AssertCapture()
-    {
-        Common::Detail::InitialiseSafeAssertForTesting();
-        SavedFlags = Common::GetSafeAssertFlags();
-        Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-        Common::SetSafeAssertEventHook(RecordReport);
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        Reports.clear();
-    }
-    ~AssertCapture()
-    {
-        Common::SetSafeAssertEventHook(nullptr);
-        Common::SetSafeAssertFlags(SavedFlags);
-    }
-    std::vector<std::string> Expressions() const
-    {
-        std::lock_guard<std::mutex> guard(ReportsLock);
-        std::vector<std::string> expressions;
-        for (const std::string& report : Reports)
-        {
-            const std::string prefix = "Assertion failed: ";
-            expressions.push_back(report.substr(prefix.size(), report.rfind(", file ") - prefix.size()));
-        }
-        return expressions;
-    }
-
-private:
-    std::uint32_t SavedFlags = 0;
-};
 
 // What the callbacks saw; callbacks are plain functions.
 std::mutex SeenLock;
@@ -130,7 +87,7 @@ TEST(TlsTest, CallbackRunsOnceWithTheValueTheThreadHasAtItsEnd)
 TEST(TlsTest, SecondCallbackAssertsAndTheFirstStays)
 {
     TakeSeen();
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     Tls slot;
     int value = 0;
     std::thread(
@@ -152,24 +109,20 @@ TEST(TlsTest, FreedIndexReusedByANewSlotStartsAtNullAndDropsOldCallbacks)
     auto old = std::make_unique<Tls>();
     const Tls::Index index = old->GetIndex();
 
-    std::atomic<bool> valueSet{false};
-    std::atomic<bool> mayEnd{false};
-    std::thread owner([&] {
-        old->Set(&value);
-        old->SetCallback(RecordValue);
-        valueSet.store(true);
-        while (!mayEnd.load())
+    Common::Event valueSet(true, false);
+    Common::Event mayEnd(true, false);
+    std::thread owner(
+        [&]
         {
-            std::this_thread::yield();
-        }
-    });
-    while (!valueSet.load())
-    {
-        std::this_thread::yield();
-    }
+            old->Set(&value);
+            old->SetCallback(RecordValue);
+            valueSet.Set();
+            mayEnd.Wait();
+        });
+    valueSet.Wait();
     old.reset();
     Tls reused;
-    mayEnd.store(true);
+    mayEnd.Set();
     owner.join();
 
     EXPECT_EQ(reused.GetIndex(), index);
@@ -191,7 +144,7 @@ TEST(TlsTest, ExhaustedIndexesGiveOutOfIndexesWhoseAccessAsserts)
     Tls& none = *slots.back();
     ASSERT_EQ(none.GetIndex(), Tls::OUT_OF_INDEXES);
 
-    AssertCapture capture;
+    Testing::AssertCapture capture;
     int value = 0;
     none.Set(&value);
     none.SetCallback(RecordValue);

@@ -1,8 +1,8 @@
 #include "common/Trace.h"
 
+#include "AssertCapture.h"
 #include "Platform/Logging.h"
 #include "common/Error.h"
-#include "common/SafeAssert.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,17 +23,15 @@ using Common::WideStringView;
 
 // What the sinks and stubs of a test saw, in order; the stubs are plain functions, so it is global.
 std::vector<std::string> Calls;
+using Strings = std::vector<std::string>;
 
-std::string Narrow(WideStringView text)
-{
-    return std::string(text.begin(), text.end());
-}
-
-std::string Describe(const char* who, int level, std::uint32_t area, std::uint32_t code, WideStringView text)
+std::string Describe(const char* who, int level, std::uint32_t area, std::uint32_t code, WideStringView text,
+                     const char* file = nullptr, unsigned line = 0)
 {
     char head[64];
     std::snprintf(head, sizeof head, "%s %d %X.%X ", who, level, area, code);
-    return head + Narrow(text);
+    const std::string site = file != nullptr ? " @" + std::string(file) + ":" + std::to_string(line) : "";
+    return head + std::string(text.begin(), text.end()) + site;
 }
 
 // A sink written the usual way: it implements the plain forms only.
@@ -53,7 +51,7 @@ public:
     void TraceFile(int level, std::uint32_t area, std::uint32_t code, WideStringView text, const char* file,
                    unsigned line) override
     {
-        Calls.push_back(Describe(Name, level, area, code, text) + " @" + file + ":" + std::to_string(line));
+        Calls.push_back(Describe(Name, level, area, code, text, file, line));
     }
     void TraceError(int level, const Error& error) override
     {
@@ -74,8 +72,7 @@ void StubText(int level, std::uint32_t area, std::uint32_t code, WideStringView 
 void StubFile(int level, std::uint32_t area, std::uint32_t code, WideStringView text, const char* file,
               unsigned line)
 {
-    Calls.push_back(Describe("stub-file", level, area, code, text) + " @" + file + ":" +
-                    std::to_string(line));
+    Calls.push_back(Describe("stub-file", level, area, code, text, file, line));
 }
 
 void StubError(int level, const Error& error)
@@ -138,29 +135,6 @@ private:
     bool SavedDisabled = Common::IsDefaultOutputDisabled();
 };
 
-TEST_F(TraceTest, LevelOneWithTheDefaultThresholdReachesOnlyForcedSinks)
-{
-    ASSERT_EQ(Common::GetTraceThreshold(), 2);
-    RecordingSink plain("plain");
-    RecordingSink forced("forced", true);
-    const Common::TraceFunctions stub{StubText, nullptr, nullptr};
-    Common::RegisterTraceLogic(&plain);
-    Common::RegisterTraceLogic(&forced);
-    Common::RegisterTrace(stub);
-
-    Common::TraceText(1, 0, 1, u"debug");
-    Common::TraceFile(1, 0, 2, u"debug", "f.cpp", 3);
-    Common::TraceError(1, Error(COMMON_LOCATION("Test"), 0x00FA0001, u"debug"));
-
-    Common::UnregisterTrace(stub);
-    Common::UnregisterTraceLogic(&forced);
-    Common::UnregisterTraceLogic(&plain);
-    EXPECT_EQ(Take(Out), "");
-    EXPECT_EQ(Take(Err), "");
-    EXPECT_EQ(Calls, (std::vector<std::string>{"forced 1 0.1 debug", "forced 1 0.2 debug @f.cpp:3",
-                                               "forced 1 FA0001.0 debug"}));
-}
-
 TEST_F(TraceTest, DefaultOutputComesFirstThenSinksInRegistrationOrderThenStubs)
 {
     // A sink that notes whether the default output had been written when it was called.
@@ -187,24 +161,34 @@ TEST_F(TraceTest, DefaultOutputComesFirstThenSinksInRegistrationOrderThenStubs)
     Common::UnregisterTraceLogic(&second);
     Common::UnregisterTraceLogic(&witness);
     Common::UnregisterTrace(stub);
-    EXPECT_EQ(Calls,
-              (std::vector<std::string>{"witness after output", "second 2 0.1 hello", "stub 2 0.1 hello"}));
+    EXPECT_EQ(Calls, (Strings{"witness after output", "second 2 0.1 hello", "stub 2 0.1 hello"}));
 }
 
-TEST_F(TraceTest, ThresholdAndDisabledOutputDecideWhoSeesAMessage)
+TEST_F(TraceTest, ThresholdForcedSinksAndDisabledOutputDecideWhoSeesAMessage)
 {
-    RecordingSink sink("sink");
+    ASSERT_EQ(Common::GetTraceThreshold(), 2);
+    RecordingSink plain("plain");
+    RecordingSink forced("forced", true);
     const Common::TraceFunctions stub{StubText, nullptr, nullptr};
-    Common::RegisterTraceLogic(&sink);
+    Common::RegisterTraceLogic(&plain);
+    Common::RegisterTraceLogic(&forced);
     Common::RegisterTrace(stub);
 
+    // Below the threshold only forced sinks hear, in every form.
+    Common::TraceText(1, 0, 1, u"debug");
+    Common::TraceFile(1, 0, 2, u"debug", "f.cpp", 3);
+    Common::TraceError(1, Error(COMMON_LOCATION("Test"), 0x00FA0001, u"debug"));
+    EXPECT_EQ(Take(Out) + Take(Err), "");
+    EXPECT_EQ(Calls,
+              (Strings{"forced 1 0.1 debug", "forced 1 0.2 debug @f.cpp:3", "forced 1 FA0001.0 debug"}));
+
+    Calls.clear();
     Common::SetTraceThreshold(4);
     Common::TraceText(3, 0, 1, u"below");
     EXPECT_EQ(Take(Err), "");
-    EXPECT_TRUE(Calls.empty());
     Common::TraceText(4, 0, 2, u"at");
     EXPECT_EQ(Take(Err), "E00000002:at\n");
-    EXPECT_EQ(Calls, (std::vector<std::string>{"sink 4 0.2 at", "stub 4 0.2 at"}));
+    EXPECT_EQ(Calls, (Strings{"forced 3 0.1 below", "plain 4 0.2 at", "forced 4 0.2 at", "stub 4 0.2 at"}));
 
     Calls.clear();
     Common::SetTraceThreshold(1);
@@ -212,10 +196,11 @@ TEST_F(TraceTest, ThresholdAndDisabledOutputDecideWhoSeesAMessage)
     EXPECT_TRUE(Common::IsDefaultOutputDisabled());
     Common::TraceText(1, 0, 3, u"quiet");
     EXPECT_EQ(Take(Out), "");
-    EXPECT_EQ(Calls, (std::vector<std::string>{"sink 1 0.3 quiet", "stub 1 0.3 quiet"}));
+    EXPECT_EQ(Calls, (Strings{"plain 1 0.3 quiet", "forced 1 0.3 quiet", "stub 1 0.3 quiet"}));
 
     Common::UnregisterTrace(stub);
-    Common::UnregisterTraceLogic(&sink);
+    Common::UnregisterTraceLogic(&forced);
+    Common::UnregisterTraceLogic(&plain);
 }
 
 TEST_F(TraceTest, StubFallsBackToItsTextFunction)
@@ -226,7 +211,7 @@ TEST_F(TraceTest, StubFallsBackToItsTextFunction)
 
     Common::TraceError(4, Error(COMMON_LOCATION("Test"), 0x011A0012, u"read failed"));
     Common::TraceFile(3, 0x11A, 0x10, u"in file", "a.cpp", 7);
-    EXPECT_EQ(Calls, (std::vector<std::string>{"stub 4 11A.12 read failed", "stub 3 11A.10 in file"}));
+    EXPECT_EQ(Calls, (Strings{"stub 4 11A.12 read failed", "stub 3 11A.10 in file"}));
 
     // Registering the same text function again completes the stub.
     Calls.clear();
@@ -235,8 +220,7 @@ TEST_F(TraceTest, StubFallsBackToItsTextFunction)
     Common::TraceError(4, Error(COMMON_LOCATION("Test"), 0x011A0012, u"read failed"));
     Common::TraceFile(3, 0x11A, 0x10, u"in file", "a.cpp", 7);
     Common::UnregisterTrace(complete);
-    EXPECT_EQ(Calls, (std::vector<std::string>{"stub-error 4 11A0012.0 read failed",
-                                               "stub-file 3 11A.10 in file @a.cpp:7"}));
+    EXPECT_EQ(Calls, (Strings{"stub-error 4 11A0012.0 read failed", "stub-file 3 11A.10 in file @a.cpp:7"}));
 }
 
 TEST_F(TraceTest, ContextStubGetsTheCallersContextOrNull)
@@ -252,7 +236,7 @@ TEST_F(TraceTest, ContextStubGetsTheCallersContextOrNull)
     EXPECT_EQ(SeenContext, nullptr);
 
     Common::UnregisterTrace(stub);
-    EXPECT_EQ(Calls, (std::vector<std::string>{"context-stub 4 11A.11 timer", "context-stub 2 1.2 plain"}));
+    EXPECT_EQ(Calls, (Strings{"context-stub 4 11A.11 timer", "context-stub 2 1.2 plain"}));
 }
 
 TEST_F(TraceTest, ContextFormsOfTheBaseReachThePlainForms)
@@ -269,8 +253,8 @@ TEST_F(TraceTest, ContextFormsOfTheBaseReachThePlainForms)
     Common::TraceText(channel, 2, 0, 4, u"through the trace");
     Common::UnregisterTraceLogic(&sink);
 
-    EXPECT_EQ(Calls, (std::vector<std::string>{"sink 2 0.1 text", "sink 2 0.2 file @b.cpp:9",
-                                               "sink 4 FA0003.0 error", "sink 2 0.4 through the trace"}));
+    EXPECT_EQ(Calls, (Strings{"sink 2 0.1 text", "sink 2 0.2 file @b.cpp:9", "sink 4 FA0003.0 error",
+                              "sink 2 0.4 through the trace"}));
 }
 
 TEST_F(TraceTest, CompositeLivesWhileAnythingIsRegistered)
@@ -296,20 +280,10 @@ TEST_F(TraceTest, CompositeLivesWhileAnythingIsRegistered)
 
 TEST_F(TraceTest, NullTextFunctionIsABrokenInvariant)
 {
-    static std::vector<std::string> reported;
-    reported.clear();
-    const std::uint32_t flags = Common::GetSafeAssertFlags();
-    Common::SetSafeAssertFlags(Common::SafeAssertEvent);
-    Common::SetSafeAssertEventHook([](int, int, int, const char* text) { reported.emplace_back(text); });
-
+    Testing::AssertCapture capture;
     Common::RegisterTrace(Common::TraceFunctions{nullptr, StubFile, StubError});
     Common::RegisterTrace(Common::ContextTraceFunctions{});
-
-    Common::SetSafeAssertEventHook(nullptr);
-    Common::SetSafeAssertFlags(flags);
-    ASSERT_EQ(reported.size(), 2u);
-    EXPECT_EQ(reported[0].rfind("Assertion failed: func, file", 0), 0u) << reported[0];
-    EXPECT_EQ(reported[1].rfind("Assertion failed: func, file", 0), 0u) << reported[1];
+    EXPECT_EQ(capture.Expressions(), (Strings{"func", "func"}));
     EXPECT_FALSE(Common::Detail::HasTraceComposite());
 }
 

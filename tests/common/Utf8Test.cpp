@@ -1,6 +1,6 @@
 #include "common/Utf8.h"
 
-#include "common/Error.h"
+#include "ThrownError.h"
 #include "common/StringConversion.h"
 
 #include <gtest/gtest.h>
@@ -91,18 +91,11 @@ TEST(Utf8Test, ThrowingFormsReportTheirCodes)
 {
     EXPECT_EQ(Core::ConvertFromUtf8("caf\xC3\xA9"), u"caf\u00E9");
     EXPECT_EQ(Core::ConvertToUtf8(u"caf\u00E9"), "caf\xC3\xA9");
-    try
-    {
-        Core::ConvertFromUtf8("\xC0\x80");
-        FAIL() << "no error";
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), 0x00E60004u);
-        EXPECT_EQ(error.GetMessage(),
-                  u"Internal error: Failed to convert the string from UTF-8 to a wide string.");
-        EXPECT_STREQ(error.GetLineTag().Function, "Core::ConvertFromUtf8");
-    }
+    const Common::Error error = Testing::ThrownError([] { Core::ConvertFromUtf8("\xC0\x80"); });
+    EXPECT_EQ(error.GetCode(), 0x00E60004u);
+    EXPECT_EQ(error.GetMessage(),
+              u"Internal error: Failed to convert the string from UTF-8 to a wide string.");
+    EXPECT_STREQ(error.GetLineTag().Function, "Core::ConvertFromUtf8");
 }
 
 } // namespace
