@@ -1,0 +1,166 @@
+#include "async/Metronome.h"
+
+#include "async/Errors.h"
+#include "async/MetronomeListener.h"
+#include "common/AssertCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+
+// Beats when the test says so; one pending wait at a time.
+class HandMetronome final : public Async::Metronome
+{
+public:
+    std::shared_ptr<Async::Job> Wait(Async::ActionHandler& handler) override
+    {
+        std::lock_guard<std::mutex> guard(Lock);
+        Pending = &handler;
+        return std::make_shared<WaitJob>(*this);
+    }
+    // Completes the pending wait with success; false if none is pending.
+    bool Tick() { return Complete(Common::Success); }
+
+private:
+    class WaitJob final : public Async::BaseJob
+    {
+    public:
+        explicit WaitJob(HandMetronome& metronome) : Owner(metronome) {}
+        void Cancel() override { Owner.Complete(Async::Errors::Canceled()); }
+
+    private:
+        HandMetronome& Owner;
+    };
+
+    bool Complete(const Common::Error& result)
+    {
+        Async::ActionHandler* handler = nullptr;
+        {
+            std::lock_guard<std::mutex> guard(Lock);
+            std::swap(handler, Pending);
+        }
+        if (handler != nullptr)
+        {
+            handler->Completed(result);
+        }
+        return handler != nullptr;
+    }
+
+    std::mutex Lock;
+    Async::ActionHandler* Pending = nullptr;
+};
+
+class CountingListener final : public Async::MetronomeListener
+{
+public:
+    std::atomic<int> Ticks{0};
+    std::function<void()> Hook;
+
+protected:
+    void OnTick() override
+    {
+        Ticks.fetch_add(1);
+        if (Hook)
+        {
+            Hook();
+        }
+    }
+};
+
+TEST(MetronomeListenerTest, SecondListenWithoutATickAssertsAndACancelledTickIsNoTick)
+{
+    HandMetronome metronome;
+    CountingListener listener;
+    Testing::AssertCapture capture;
+    EXPECT_TRUE(listener.Listen(metronome));
+    EXPECT_FALSE(listener.Listen(metronome));
+    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"!\"Metronome logic broken.\""});
+
+    listener.Stop();
+    EXPECT_EQ(listener.Ticks.load(), 0);
+    EXPECT_FALSE(metronome.Tick());
+}
+
+TEST(MetronomeListenerTest, ListeningIsOneShotAndStopWhenIdleReturnsAtOnce)
+{
+    HandMetronome metronome;
+    CountingListener listener;
+    listener.Stop();
+    ASSERT_TRUE(listener.Listen(metronome));
+    EXPECT_TRUE(metronome.Tick());
+    EXPECT_FALSE(metronome.Tick());
+    EXPECT_EQ(listener.Ticks.load(), 1);
+    listener.Stop();
+    ASSERT_TRUE(listener.Listen(metronome));
+    EXPECT_TRUE(metronome.Tick());
+    EXPECT_EQ(listener.Ticks.load(), 2);
+}
+
+TEST(MetronomeListenerTest, ListenFromOnTickArmsTheNextBeat)
+{
+    HandMetronome metronome;
+    CountingListener listener;
+    listener.Hook = [&]
+    {
+        if (listener.Ticks.load() < 3)
+        {
+            EXPECT_TRUE(listener.Listen(metronome));
+        }
+    };
+    ASSERT_TRUE(listener.Listen(metronome));
+    while (metronome.Tick())
+    {
+    }
+    EXPECT_EQ(listener.Ticks.load(), 3);
+}
+
+TEST(MetronomeListenerTest, StopDuringOnTickWaitsUntilCompletedHasEnded)
+{
+    HandMetronome metronome;
+    CountingListener listener;
+    std::promise<void> entered;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    listener.Hook = [&]
+    {
+        EXPECT_TRUE(listener.Listen(metronome)); // armed, but Stop wins
+        entered.set_value();
+        released.wait();
+    };
+    ASSERT_TRUE(listener.Listen(metronome));
+    std::thread ticker([&] { metronome.Tick(); });
+    entered.get_future().wait();
+
+    std::atomic<bool> stopped{false};
+    std::thread stopper(
+        [&]
+        {
+            listener.Stop();
+            stopped.store(true);
+        });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(stopped.load());
+    release.set_value();
+    stopper.join();
+    ticker.join();
+    EXPECT_TRUE(stopped.load());
+    EXPECT_FALSE(metronome.Tick()); // the armed wait never started
+
+    // The stop's cancel came after the tick: it must not cancel the next wait.
+    listener.Hook = nullptr;
+    Testing::AssertCapture capture;
+    ASSERT_TRUE(listener.Listen(metronome));
+    EXPECT_TRUE(metronome.Tick());
+    EXPECT_EQ(listener.Ticks.load(), 2);
+    EXPECT_TRUE(capture.Expressions().empty());
+}
+
+} // namespace

@@ -1,0 +1,69 @@
+#include "ManualAction.h"
+#include "async/Errors.h"
+#include "async/JobControl.h"
+#include "async/WaitCompletionJob.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using AsyncTesting::ManualAction;
+using AsyncTesting::ResultRecorder;
+
+constexpr std::uint32_t FailureCode = 0x00AB0002;
+
+struct Started
+{
+    Started() : Work(std::make_shared<ManualAction>()), Job(std::make_shared<Async::WaitCompletionJob>(Work))
+    {
+        Control.Run(*Async::OneStepJob::MakeStartAction(Job), Result, nullptr);
+    }
+    std::shared_ptr<ManualAction> Work;
+    std::shared_ptr<Async::WaitCompletionJob> Job;
+    ResultRecorder Result;
+    Async::JobControl Control;
+};
+
+TEST(WaitCompletionJobTest, WaiterIsToldAtTheEndAndLaterWaitsCompleteAtOnce)
+{
+    Started run;
+    ResultRecorder waiter;
+    Async::JobControl waiting;
+    waiting.Run(*run.Job->GetWaitAction(), waiter, nullptr);
+    EXPECT_EQ(waiter.GetCalls(), 0);
+
+    const Common::Error failure(COMMON_LOCATION("WaitCompletionTest"), FailureCode);
+    run.Work->Complete(failure);
+    EXPECT_EQ(waiter.GetCalls(), 1);
+    EXPECT_EQ(waiter.Result.GetCode(), 0u);
+    EXPECT_EQ(run.Result.GetCalls(), 1);
+    EXPECT_EQ(run.Result.Result.GetCode(), FailureCode); // the job's own result, unchanged
+    EXPECT_TRUE(run.Job->IsFinished());
+
+    ResultRecorder late;
+    EXPECT_EQ(run.Job->GetWaitAction()->Perform(late), nullptr);
+    EXPECT_EQ(late.GetCalls(), 1);
+    EXPECT_EQ(late.Result.GetCode(), 0u);
+}
+
+TEST(WaitCompletionJobTest, CancellingTheWaitStopsTheWaiterNotTheWork)
+{
+    Started run;
+    ResultRecorder waiter;
+    Async::JobControl waiting;
+    waiting.Run(*run.Job->GetWaitAction(), waiter, nullptr);
+    waiting.Cancel();
+    ASSERT_EQ(waiter.GetCalls(), 1);
+    EXPECT_EQ(waiter.Result.GetCode(), Async::ErrorCodes::Canceled);
+    EXPECT_STREQ(waiter.Result.GetLineTag().Function, "Async::WaitCompletionJob::CompletionJob::Cancel");
+    EXPECT_TRUE(run.Work->IsPending());
+    EXPECT_EQ(run.Work->Cancels, 0);
+
+    run.Work->Complete(Common::Success);
+    EXPECT_EQ(waiter.GetCalls(), 1);
+    EXPECT_EQ(run.Result.GetCalls(), 1);
+    EXPECT_EQ(run.Result.Result.GetCode(), 0u);
+}
+
+} // namespace
