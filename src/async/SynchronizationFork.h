@@ -1,10 +1,11 @@
 // Async::SynchronizationFork: a synchronisation callback that moves work away from a thread about to
-// block. Asked by a walk (or by a metronome tick), it forks the work and posts it through the async
-// service, or runs it on the asking thread when there is no service. It never ends a walk. The counters
-// and the fork itself may be reached from the walking thread and a tick at once: CanFork and Fork must
-// be thread-safe.
+// block. Asked by a walk, or by a metronome tick when it listens to one, it forks the work and posts it
+// through the async service, or runs it on the asking thread when there is no service. It never ends a
+// walk. The walking thread and a tick may ask at once: CanFork and Fork must be thread-safe. A fork that
+// listened must be stopped (Stop) before it is destroyed.
 #pragma once
 
+#include "async/MetronomeListener.h"
 #include "async/Service.h"
 #include "async/SynchronizationCallback.h"
 
@@ -15,7 +16,7 @@
 namespace Async
 {
 
-class SynchronizationFork : public ScopedSynchronizationCallback
+class SynchronizationFork : public ScopedSynchronizationCallback, public MetronomeListener
 {
 public:
     explicit SynchronizationFork(std::uint32_t level = 1);
@@ -34,6 +35,10 @@ public:
     // Posts `work` through `service`, kept alive until the service completed it, or runs it here when
     // `service` is null. Failures of either way are traced at level 4, never thrown.
     static void Dispatch(Service* service, std::shared_ptr<Work> work);
+
+protected:
+    // A beat does what a walk does.
+    void OnTick() override;
 
 private:
     class ForkJob;

@@ -60,12 +60,15 @@ public:
     // A work that runs the loop, holding the controller alive. Thread-safe.
     void Fork(std::shared_ptr<Work>& out) override;
 
-    // Work appeared behind the busy round: start watching the metronome (period 60).
+    // Work appeared behind the busy round: watch the service's metronome of period 60, so that the work
+    // moves away at its beat if the round is still busy then. On the loop's thread.
     void OnWorkAppeared();
 
 private:
     TailRecursionController& Controller;
     const Common::ThreadId LoopThread;
+    // Whether this round joined its thread's metronome watch; the loop's thread only.
+    bool Watched = false;
 };
 
 } // namespace Async
