@@ -1,15 +1,10 @@
 #include "async/CyclicRunner.h"
 
 #include "ManualAction.h"
-#include "async/Errors.h"
 #include "async/JobControl.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
 #include <thread>
 
 namespace
@@ -20,6 +15,11 @@ using AsyncTesting::ResultRecorder;
 
 constexpr std::uint32_t FailureCode = 0x00AB0003;
 
+Common::Error Failure()
+{
+    return Common::Error(COMMON_LOCATION("CyclicRunnerTest"), FailureCode);
+}
+
 // Completes inside Perform: success for the first `successes` rounds, then a failure.
 class CountingAction final : public Async::Action
 {
@@ -27,122 +27,74 @@ public:
     explicit CountingAction(std::uint64_t successes) : Successes(successes) {}
     std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
     {
-        handler.Completed(Rounds++ < Successes
-                              ? Common::Success
-                              : Common::Error(COMMON_LOCATION("CyclicRunnerTest"), FailureCode));
+        handler.Completed(Rounds++ < Successes ? Common::Success : Failure());
         return nullptr;
     }
     const std::uint64_t Successes;
     std::uint64_t Rounds = 0;
 };
 
+struct Cycle
+{
+    template <typename Source>
+    explicit Cycle(Source source) : Action(std::move(source))
+    {
+        Control.Run(Action, Result, nullptr);
+    }
+    Async::Detail::CyclicRunAction Action;
+    ResultRecorder Result;
+    Async::JobControl Control;
+};
+
 TEST(CyclicRunnerTest, SynchronousRoundsLoopWithAFlatStackUntilOneFails)
 {
     constexpr std::uint64_t Successes = 1000000;
     auto action = std::make_shared<CountingAction>(Successes);
-    Async::Detail::CyclicRunAction cycle(action);
-    ResultRecorder result;
-    Async::JobControl control;
-    control.Run(cycle, result, nullptr);
+    Cycle cycle(action);
     EXPECT_EQ(action->Rounds, Successes + 1);
-    ASSERT_EQ(result.GetCalls(), 1);
-    EXPECT_TRUE(Async::Errors::HasCode(result.Result, FailureCode));
+    ASSERT_EQ(cycle.Result.GetCalls(), 1);
+    EXPECT_TRUE(Async::Errors::HasCode(cycle.Result.Result, FailureCode));
 }
 
-TEST(CyclicRunnerTest, CancelEndsTheCycleWithTheCancelledError)
+TEST(CyclicRunnerTest, CancelEndsTheCycleWithTheCancelledErrorAndDescribesTheRunner)
 {
     auto action = std::make_shared<ManualAction>();
-    Async::Detail::CyclicRunAction cycle(action);
-    ResultRecorder result;
-    Async::JobControl control;
-    control.Run(cycle, result, nullptr);
+    Cycle cycle(action);
     ASSERT_TRUE(action->Complete(Common::Success));
     ASSERT_TRUE(action->Complete(Common::Success));
-    EXPECT_EQ(action->Performs, 3);
-    control.Cancel();
-    EXPECT_EQ(action->Cancels, 1);
-    EXPECT_EQ(action->Performs, 3);
-    ASSERT_EQ(result.GetCalls(), 1);
-    EXPECT_TRUE(Async::Errors::HasCode(result.Result, Async::ErrorCodes::Canceled));
+    cycle.Control.Cancel();
+    EXPECT_EQ(action->Cancels.load(), 1);
+    EXPECT_EQ(action->Performs.load(), 3);
+    ASSERT_EQ(cycle.Result.GetCalls(), 1);
+    EXPECT_TRUE(Async::Errors::HasCode(cycle.Result.Result, Async::ErrorCodes::Canceled));
+    // A failed round is described by the runner.
+    Common::WideString text;
+    cycle.Result.Result.GetMessage(text);
+    EXPECT_EQ(text, u"ASYNC: Cyclic runner job.");
+    EXPECT_STREQ(cycle.Result.Result.GetLineTag().Function,
+                 "Async::CyclicRunnerImpl::CyclicRunner::Describe");
 }
 
-TEST(CyclicRunnerTest, ActionsFromTheFunctionAndItsFailureEndTheCycle)
+TEST(CyclicRunnerTest, RoundsCompletedOnAnotherThreadRaceTheStarterSafely)
 {
-    int calls = 0;
-    Async::Detail::CyclicRunAction cycle(
-        [&]() -> std::shared_ptr<Async::Action>
-        {
-            if (++calls == 3)
-            {
-                throw Common::Error(COMMON_LOCATION("CyclicRunnerTest"), FailureCode);
-            }
-            return std::make_shared<CountingAction>(1);
-        });
-    ResultRecorder result;
-    Async::JobControl control;
-    control.Run(cycle, result, nullptr);
-    EXPECT_EQ(calls, 3);
-    ASSERT_EQ(result.GetCalls(), 1);
-    EXPECT_TRUE(Async::Errors::HasCode(result.Result, FailureCode));
-}
-
-// Rounds completed by another thread, racing the starter's return from Run.
-TEST(CyclicRunnerTest, RoundsCompletedOnAnotherThreadRunInOrder)
-{
-    class PostedAction final : public Async::Action
-    {
-    public:
-        std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-        {
-            std::lock_guard<std::mutex> guard(Lock);
-            Queue.push_back(&handler);
-            Ready.notify_one();
-            return nullptr;
-        }
-        Async::ActionHandler* Take()
-        {
-            std::unique_lock<std::mutex> lock(Lock);
-            Ready.wait(lock, [this] { return !Queue.empty(); });
-            Async::ActionHandler* handler = Queue.front();
-            Queue.pop_front();
-            return handler;
-        }
-
-    private:
-        std::mutex Lock;
-        std::condition_variable Ready;
-        std::deque<Async::ActionHandler*> Queue;
-    };
-
     constexpr int Rounds = 2000;
-    auto action = std::make_shared<PostedAction>();
+    auto action = std::make_shared<ManualAction>();
     std::thread completer(
         [&]
         {
             for (int round = 1; round <= Rounds; ++round)
             {
-                action->Take()->Completed(
-                    round < Rounds ? Common::Success
-                                   : Common::Error(COMMON_LOCATION("CyclicRunnerTest"), FailureCode));
+                while (!action->Complete(round < Rounds ? Common::Success : Failure()))
+                {
+                    std::this_thread::yield();
+                }
             }
         });
-    Async::Detail::CyclicRunAction cycle(action);
-    ResultRecorder result;
-    Async::JobControl control;
-    control.Run(cycle, result, nullptr);
+    Cycle cycle(action);
     completer.join();
-    ASSERT_EQ(result.GetCalls(), 1);
-    EXPECT_TRUE(Async::Errors::HasCode(result.Result, FailureCode));
-}
-
-TEST(CyclicRunnerTest, DescribesItself)
-{
-    ResultRecorder result;
-    Async::CyclicRunnerImpl::CyclicRunner runner([] { return nullptr; }, result);
-    Async::WorkDescription description;
-    runner.Describe(description);
-    EXPECT_EQ(description.Text, u"ASYNC: Cyclic runner job.");
-    EXPECT_STREQ(description.Location.Function, "Async::CyclicRunnerImpl::CyclicRunner::Describe");
+    EXPECT_EQ(action->Performs.load(), Rounds);
+    ASSERT_EQ(cycle.Result.GetCalls(), 1);
+    EXPECT_TRUE(Async::Errors::HasCode(cycle.Result.Result, FailureCode));
 }
 
 } // namespace

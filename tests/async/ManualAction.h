@@ -1,6 +1,6 @@
 // Test actions of the job runtime driven by hand: a ManualAction keeps the handler of its last Perform
-// until the test completes it, and its job records cancels (completing with 0x00F90002 unless told to
-// ignore them). A ResultRecorder counts the completions it gets. Single-threaded unless a test says so.
+// until the test (any thread) completes it, exactly once; its job records cancels and completes with
+// 0x00F90002 unless told to ignore them. A ResultRecorder counts the completions it gets.
 #pragma once
 
 #include "async/Action.h"
@@ -9,7 +9,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <utility>
 
 namespace AsyncTesting
 {
@@ -24,8 +23,7 @@ public:
     }
     int GetCalls() const { return Calls.load(std::memory_order_acquire); }
 
-    Common::Error Result;
-
+    Common::Error Result; // read after GetCalls() saw the call
 private:
     std::atomic<int> Calls{0};
 };
@@ -35,29 +33,28 @@ class ManualAction final : public Async::Action
 public:
     std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
     {
-        ++Performs;
-        Handler = &handler;
+        Performs.fetch_add(1);
+        Handler.store(&handler);
         if (OnPerform)
         {
             OnPerform();
         }
         return std::make_shared<CancelJob>(*this);
     }
-
     // Completes the pending run; false if none is pending.
     bool Complete(const Common::Error& result)
     {
-        Async::ActionHandler* handler = std::exchange(Handler, nullptr);
+        Async::ActionHandler* handler = Handler.exchange(nullptr);
         if (handler != nullptr)
         {
             handler->Completed(result);
         }
         return handler != nullptr;
     }
-    bool IsPending() const { return Handler != nullptr; }
+    bool IsPending() const { return Handler.load() != nullptr; }
 
-    int Performs = 0;
-    int Cancels = 0;
+    std::atomic<int> Performs{0};
+    std::atomic<int> Cancels{0};
     bool IgnoreCancel = false;
     std::function<void()> OnPerform; // runs inside Perform, before the job is returned
 
@@ -68,7 +65,7 @@ private:
         explicit CancelJob(ManualAction& action) : Owner(action) {}
         void Cancel() override
         {
-            ++Owner.Cancels;
+            Owner.Cancels.fetch_add(1);
             if (!Owner.IgnoreCancel)
             {
                 Owner.Complete(Async::Errors::Canceled());
@@ -79,7 +76,7 @@ private:
         ManualAction& Owner;
     };
 
-    Async::ActionHandler* Handler = nullptr;
+    std::atomic<Async::ActionHandler*> Handler{nullptr};
 };
 
 } // namespace AsyncTesting

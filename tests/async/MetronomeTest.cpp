@@ -1,6 +1,6 @@
 #include "async/Metronome.h"
 
-#include "async/Errors.h"
+#include "ManualAction.h"
 #include "async/MetronomeListener.h"
 #include "common/AssertCapture.h"
 
@@ -10,52 +10,20 @@
 #include <chrono>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <thread>
 
 namespace
 {
 
-// Beats when the test says so; one pending wait at a time.
+// Beats when the test says so: a wait is a ManualAction run, a beat its completion with success.
 class HandMetronome final : public Async::Metronome
 {
 public:
-    std::shared_ptr<Async::Job> Wait(Async::ActionHandler& handler) override
-    {
-        std::lock_guard<std::mutex> guard(Lock);
-        Pending = &handler;
-        return std::make_shared<WaitJob>(*this);
-    }
-    // Completes the pending wait with success; false if none is pending.
-    bool Tick() { return Complete(Common::Success); }
+    std::shared_ptr<Async::Job> Wait(Async::ActionHandler& handler) override { return Beat.Perform(handler); }
+    bool Tick() { return Beat.Complete(Common::Success); }
 
 private:
-    class WaitJob final : public Async::BaseJob
-    {
-    public:
-        explicit WaitJob(HandMetronome& metronome) : Owner(metronome) {}
-        void Cancel() override { Owner.Complete(Async::Errors::Canceled()); }
-
-    private:
-        HandMetronome& Owner;
-    };
-
-    bool Complete(const Common::Error& result)
-    {
-        Async::ActionHandler* handler = nullptr;
-        {
-            std::lock_guard<std::mutex> guard(Lock);
-            std::swap(handler, Pending);
-        }
-        if (handler != nullptr)
-        {
-            handler->Completed(result);
-        }
-        return handler != nullptr;
-    }
-
-    std::mutex Lock;
-    Async::ActionHandler* Pending = nullptr;
+    AsyncTesting::ManualAction Beat;
 };
 
 class CountingListener final : public Async::MetronomeListener

@@ -1,11 +1,9 @@
 #include "ManualAction.h"
-#include "async/Errors.h"
 #include "async/SyncCancelJob.h"
 #include "common/AssertCapture.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -15,35 +13,31 @@ namespace
 using AsyncTesting::ManualAction;
 using AsyncTesting::ResultRecorder;
 
-// Completes exactly once, from whichever thread gets there first: Finish or the job's Cancel.
-class RacingAction final : public Async::Action
+// Starts `threads` cancellers; each counts a return that came before the wrapped action's completion.
+struct Cancellers
 {
-public:
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
+    Cancellers(Async::Job& job, ResultRecorder& result, int threads)
     {
-        Handler.store(&handler, std::memory_order_release);
-        return std::make_shared<CancelJob>(*this);
-    }
-    void Finish(const Common::Error& result)
-    {
-        if (Async::ActionHandler* handler = Handler.exchange(nullptr, std::memory_order_acq_rel))
+        for (int i = 0; i < threads; ++i)
         {
-            handler->Completed(result);
+            Threads.emplace_back(
+                [&]
+                {
+                    job.Cancel();
+                    (result.GetCalls() == 1 ? Returned : ReturnedEarly).fetch_add(1);
+                });
         }
     }
-
-private:
-    class CancelJob final : public Async::BaseJob
+    void Join()
     {
-    public:
-        explicit CancelJob(RacingAction& action) : Owner(action) {}
-        void Cancel() override { Owner.Finish(Async::Errors::Canceled()); }
-
-    private:
-        RacingAction& Owner;
-    };
-
-    std::atomic<Async::ActionHandler*> Handler{nullptr};
+        for (std::thread& thread : Threads)
+        {
+            thread.join();
+        }
+    }
+    std::vector<std::thread> Threads;
+    std::atomic<int> Returned{0};
+    std::atomic<int> ReturnedEarly{0};
 };
 
 TEST(SyncCancelJobTest, CancelsFromTwoThreadsBothReturnAfterTheCompletion)
@@ -52,57 +46,29 @@ TEST(SyncCancelJobTest, CancelsFromTwoThreadsBothReturnAfterTheCompletion)
     inner->IgnoreCancel = true;
     ResultRecorder result;
     const std::shared_ptr<Async::Job> job = Async::SyncCancelJob::MakeAction(inner)->Perform(result);
-
-    std::atomic<int> returned{0};
-    std::atomic<int> returnedEarly{0};
-    auto cancel = [&]
-    {
-        job->Cancel();
-        if (result.GetCalls() != 1)
-        {
-            returnedEarly.fetch_add(1);
-        }
-        returned.fetch_add(1);
-    };
-    std::thread first(cancel), second(cancel);
+    Cancellers cancellers(*job, result, 2);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(returned.load(), 0);
+    EXPECT_EQ(cancellers.Returned.load() + cancellers.ReturnedEarly.load(), 0);
 
     inner->Complete(Async::Errors::Canceled());
-    first.join();
-    second.join();
-    EXPECT_EQ(returned.load(), 2);
-    EXPECT_EQ(returnedEarly.load(), 0);
-    EXPECT_EQ(inner->Cancels, 1);
+    cancellers.Join();
+    EXPECT_EQ(cancellers.Returned.load(), 2);
+    EXPECT_EQ(inner->Cancels.load(), 1);
     EXPECT_TRUE(Async::Errors::HasCode(result.Result, Async::ErrorCodes::Canceled));
-
-    // After the completion a cancel returns at once.
-    job->Cancel();
-    EXPECT_EQ(result.GetCalls(), 1);
+    job->Cancel(); // after the completion: returns at once
 }
 
 TEST(SyncCancelJobTest, CancelsRacingTheCompletionAllReturnAfterIt)
 {
     for (int round = 0; round < 300; ++round)
     {
-        auto inner = std::make_shared<RacingAction>();
+        auto inner = std::make_shared<ManualAction>();
         ResultRecorder result;
         const std::shared_ptr<Async::Job> job = Async::SyncCancelJob::MakeAction(inner)->Perform(result);
-        std::atomic<int> returnedEarly{0};
-        auto cancel = [&]
-        {
-            job->Cancel();
-            if (result.GetCalls() != 1)
-            {
-                returnedEarly.fetch_add(1);
-            }
-        };
-        std::thread first(cancel), second(cancel), third(cancel);
-        inner->Finish(Common::Success);
-        first.join();
-        second.join();
-        third.join();
-        ASSERT_EQ(returnedEarly.load(), 0) << "round " << round;
+        Cancellers cancellers(*job, result, 3);
+        inner->Complete(Common::Success);
+        cancellers.Join();
+        ASSERT_EQ(cancellers.ReturnedEarly.load(), 0) << "round " << round;
         ASSERT_EQ(result.GetCalls(), 1) << "round " << round;
     }
 }

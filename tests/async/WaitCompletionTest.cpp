@@ -58,7 +58,7 @@ TEST(WaitCompletionJobTest, CancellingTheWaitStopsTheWaiterNotTheWork)
     EXPECT_EQ(waiter.Result.GetCode(), Async::ErrorCodes::Canceled);
     EXPECT_STREQ(waiter.Result.GetLineTag().Function, "Async::WaitCompletionJob::CompletionJob::Cancel");
     EXPECT_TRUE(run.Work->IsPending());
-    EXPECT_EQ(run.Work->Cancels, 0);
+    EXPECT_EQ(run.Work->Cancels.load(), 0);
 
     run.Work->Complete(Common::Success);
     EXPECT_EQ(waiter.GetCalls(), 1);
