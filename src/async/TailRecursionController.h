@@ -47,8 +47,9 @@ private:
 };
 
 // The fork of a running loop, on its thread's callback stack for one round: when that thread is about to
-// block, or has left work waiting behind a long Process for 60 metronome ticks, the pending work moves to
-// a service thread, which continues the loop. Built and destroyed by the loop on its own thread.
+// block, or when work still waits behind the round at a beat of the period-60 metronome (watched by one
+// listener per thread), the pending work moves to a service thread, which continues the loop. Built and
+// destroyed by the loop on its own thread.
 class TailRecursionController::ProcessingDetachment final : public SynchronizationFork
 {
 public:
