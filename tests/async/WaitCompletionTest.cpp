@@ -1,6 +1,7 @@
 #include "ManualAction.h"
 #include "async/Errors.h"
 #include "async/JobControl.h"
+#include "async/WaitCompletionHandler.h"
 #include "async/WaitCompletionJob.h"
 
 #include <gtest/gtest.h>
@@ -64,6 +65,37 @@ TEST(WaitCompletionJobTest, CancellingTheWaitStopsTheWaiterNotTheWork)
     EXPECT_EQ(waiter.GetCalls(), 1);
     EXPECT_EQ(run.Result.GetCalls(), 1);
     EXPECT_EQ(run.Result.Result.GetCode(), 0u);
+}
+
+} // namespace
+
+namespace
+{
+
+TEST(WaitCompletionHandlerTest, CountsRunsPassesResultsOnAndEndsTheWaitAtTheFirst)
+{
+    auto logic = std::make_shared<Async::WaitCompletionHandler::Logic>();
+    ResultRecorder next, waiter;
+    Async::WaitCompletionHandler handler(logic);
+    handler.SetHandler(next);
+    ManualAction work;
+    Async::JobControl running, waiting;
+    running.Run(work, handler, nullptr);
+    waiting.Run(*logic->GetWaitAction(), waiter, nullptr);
+
+    const Common::Error failure(COMMON_LOCATION("WaitCompletionTest"), FailureCode);
+    work.Complete(failure);
+    EXPECT_EQ(next.Result.GetCode(), FailureCode);
+    EXPECT_EQ(waiter.GetCalls(), 1);
+    EXPECT_EQ(waiter.Result.GetCode(), 0u);
+
+    running.Run(work, handler, nullptr);
+    work.Complete(Common::Success);
+    EXPECT_EQ(next.GetCalls(), 2);
+    EXPECT_EQ(logic->GetRuns(), 2u);
+    ResultRecorder late;
+    waiting.Run(*logic->GetWaitAction(), late, nullptr);
+    EXPECT_EQ(late.GetCalls(), 1);
 }
 
 } // namespace
