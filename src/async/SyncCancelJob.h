@@ -48,8 +48,7 @@ private:
     JobControl Control;
     std::shared_ptr<Action> Wrapped;
     std::atomic<std::uintptr_t> CancelState{Running};
-    // Only the first Cancel reaches the control: later ones change nothing there, and two threads inside
-    // its Cancel at once could both leave the state in which one of them calls the job's Cancel.
+    // Only the first Cancel reaches the control; later ones would change nothing there.
     std::atomic<bool> CancelRequested{false};
     ActionHandler& Handler;
 };
