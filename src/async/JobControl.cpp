@@ -200,7 +200,7 @@ void JobControl::PerformReturned()
             }
             else if (Transit(StateCancelScheduledWaitAll, StateCancellingAfterPerform))
             {
-                Running->Cancel();
+                CancelRunning();
             }
             break;
         case StateCancelScheduledWaitPerform:
@@ -372,12 +372,11 @@ void JobControl::Cancel()
         case StateWaitCompleted:
             if (Transit(StateWaitCompleted, StateCancelling))
             {
-                // While this thread calls the job's Cancel, leaving state 8 is reserved to it: the job
-                // can't be finished and released under the call.
-                if (Running != nullptr)
-                {
-                    Running->Cancel();
-                }
+                // While this thread calls the job's Cancel, leaving states 8 and 9 is reserved to it: the
+                // job can't be finished and released under the call.
+                CancelRunning();
+                FinishCancelling();
+                return;
             }
             break;
         case StateWaitPerform:
@@ -386,6 +385,42 @@ void JobControl::Cancel()
                 return;
             }
             break;
+        case StateFinishing:
+            if (Transit(StateFinishing, StateCancelScheduledWaitAll))
+            {
+                return; // the finishing run keeps its result; the cancel waits for the next run
+            }
+            break;
+        default:
+            return; // 3 to 9: a cancellation is under way already
+        }
+    }
+}
+
+void JobControl::CancelRunning()
+{
+    if (Running == nullptr)
+    {
+        return;
+    }
+    try
+    {
+        Running->Cancel();
+    }
+    catch (...)
+    {
+        // A job whose Cancel throws still completes through its handler; the run goes on.
+        Common::TraceError(SwallowedErrorLevel,
+                           Errors::CurrentException(COMMON_LOCATION("Async::JobControl::Cancel"), u"Cancel"));
+    }
+}
+
+void JobControl::FinishCancelling()
+{
+    for (;;)
+    {
+        switch (GetState())
+        {
         case StateCancelling:
             if (Transit(StateCancelling, StateCancelScheduledWaitCompleted))
             {
@@ -394,22 +429,14 @@ void JobControl::Cancel()
             break;
         case StateCancellingCompleted:
         {
-            const std::uint32_t to = Sync(Result);
-            if (Transit(StateCancellingCompleted, to))
-            {
-                FinishRun(Result);
-                return;
-            }
-            break;
+            const bool syncPoint = Transit(StateCancellingCompleted, Sync(Result));
+            SAFE_ASSERT_TEXT(syncPoint, "syncPoint && \"State logic broken.\"");
+            FinishRun(Result);
+            return;
         }
-        case StateFinishing:
-            if (Transit(StateFinishing, StateCancelScheduledWaitAll))
-            {
-                return; // the finishing run keeps its result; the cancel waits for the next run
-            }
-            break;
         default:
-            return; // 3 to 7: a cancellation is under way already
+            SAFE_ASSERT_TEXT(false, "State logic broken.");
+            return;
         }
     }
 }

@@ -54,6 +54,8 @@ private:
     bool Transit(std::uint32_t from, std::uint32_t to);
     void PerformReturned();
     void PerformFailed(const Common::Error& error);
+    void CancelRunning();
+    void FinishCancelling();
     void FinishRun(Common::Error error);
     static std::uint32_t Sync(const Common::Error& error);
 
