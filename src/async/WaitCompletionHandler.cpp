@@ -1,7 +1,5 @@
 #include "async/WaitCompletionHandler.h"
 
-#include "common/SafeAssert.h"
-
 namespace Async
 {
 
@@ -26,18 +24,14 @@ std::unique_ptr<Action> WaitCompletionHandler::Logic::GetWaitAction() const
 }
 
 WaitCompletionHandler::WaitCompletionHandler(std::shared_ptr<Logic> logic, ActionHandler* next)
-    : Shared(std::move(logic)), Handler(next)
+    : DelegatingActionHandler(next), Shared(std::move(logic))
 {
 }
 
-void WaitCompletionHandler::Completed(const Common::Error& result)
+void WaitCompletionHandler::ProcessResult(Common::Error& out, const Common::Error& result)
 {
     Shared->Count();
-    SAFE_ASSERT_TEXT(Handler != nullptr, "Handler && \"Invalid Delegating Action Handler state.\"");
-    if (Handler != nullptr)
-    {
-        Handler->Completed(result);
-    }
+    out = result;
 }
 
 } // namespace Async

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "async/Action.h"
+#include "async/DelegatingActionHandler.h"
 #include "async/WaitCompletionJob.h"
 #include "common/Error.h"
 #include "common/NonCopyable.h"
@@ -16,7 +17,7 @@
 namespace Async
 {
 
-class WaitCompletionHandler : public ActionHandler
+class WaitCompletionHandler : public DelegatingActionHandler
 {
 public:
     class Logic : Common::NonCopyable
@@ -38,16 +39,15 @@ public:
     // `next` may be set later, before the run completes; it must outlive the run.
     explicit WaitCompletionHandler(std::shared_ptr<Logic> logic, ActionHandler* next = nullptr);
 
-    void SetHandler(ActionHandler& next) { Handler = &next; }
     const std::shared_ptr<Logic>& GetLogic() const { return Shared; }
 
-    // Counts the run, then passes `result` on. Nothing of this handler is touched after that, so the
+protected:
+    // Counts the run; the result goes on unchanged. Nothing of this handler is touched after that, so the
     // next handler may destroy it.
-    void Completed(const Common::Error& result) override;
+    void ProcessResult(Common::Error& out, const Common::Error& result) override;
 
 private:
     const std::shared_ptr<Logic> Shared;
-    ActionHandler* Handler;
 };
 
 } // namespace Async

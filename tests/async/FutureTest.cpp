@@ -1,0 +1,97 @@
+// Futures read when they are needed, sole-owner values handed out once, and conditions that combine
+// lazily and short-circuit.
+#include "async/Future.h"
+
+#include "async/Condition.h"
+#include "async/Errors.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace
+{
+
+TEST(FutureTest, HoldsAValueOrReadsItsSourceAtEachGet)
+{
+    unsigned long slot = 1;
+    const Async::Future<unsigned long> now = slot;
+    const Async::Future<unsigned long> later = Async::FutureOf(slot);
+    const Async::Future<unsigned long> computed([&slot] { return slot * 10; });
+    slot = 5;
+    EXPECT_EQ(now.Get(), 1u);
+    EXPECT_EQ(later.Get(), 5u);
+    EXPECT_EQ(computed.Get(), 50u);
+    Async::Future<unsigned long> copy = later;
+    slot = 6;
+    EXPECT_EQ(copy.Get(), 6u);
+}
+
+TEST(FutureTest, SoleOwnerValueIsHandedOutOnceThenGetThrowsInvalidResult)
+{
+    Async::Future<std::unique_ptr<int>> held = std::make_unique<int>(3);
+    Async::Future<std::unique_ptr<int>> moved = std::move(held);
+    std::unique_ptr<int> value = moved.Get();
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(*value, 3);
+    try
+    {
+        moved.Get();
+        FAIL() << "a second Get must throw";
+    }
+    catch (const Common::Error& error)
+    {
+        EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
+        EXPECT_STREQ(error.GetLineTag().Function, "Async::Future::Get");
+    }
+
+    // A source is asked at each Get: what it hands out is its business.
+    std::unique_ptr<int> place = std::make_unique<int>(4);
+    Async::Future<std::unique_ptr<int>> taking = Async::FutureOf(place);
+    EXPECT_EQ(*taking.Get(), 4);
+    EXPECT_EQ(place, nullptr);
+    EXPECT_EQ(taking.Get(), nullptr);
+}
+
+TEST(FutureTest, ConditionsCombineLateAndShortCircuit)
+{
+    std::string asked;
+    auto probe = [&asked](char name, const bool& value)
+    { return Async::Condition([&asked, name, &value] { return asked += name, value; }); };
+    bool a = false, b = false;
+    const Async::Condition either = probe('a', a) || probe('b', b);
+    const Async::Condition both = probe('a', a) && probe('b', b);
+    const Async::Condition neither = !either;
+
+    struct Case
+    {
+        bool A, B;
+        bool Either, Both;
+        const char* EitherAsks;
+        const char* BothAsks;
+    };
+    const Case cases[] = {{false, false, false, false, "ab", "a"},
+                          {true, false, true, false, "a", "ab"},
+                          {false, true, true, false, "ab", "a"},
+                          {true, true, true, true, "a", "ab"}};
+    for (const Case& c : cases)
+    {
+        a = c.A, b = c.B; // after the conditions were built
+        asked.clear();
+        EXPECT_EQ(Async::Evaluate(either), c.Either);
+        EXPECT_EQ(asked, c.EitherAsks);
+        asked.clear();
+        EXPECT_EQ(Async::Evaluate(both), c.Both);
+        EXPECT_EQ(asked, c.BothAsks);
+        EXPECT_EQ(Async::Evaluate(neither), !c.Either);
+    }
+    EXPECT_TRUE(Async::Evaluate(Async::ConstantCondition(true) || probe('x', a)));
+    EXPECT_FALSE(Async::Evaluate(Async::ConstantCondition(false) && probe('y', a)));
+    EXPECT_EQ(asked.find_first_of("xy"), std::string::npos);
+
+    const Async::Condition empty = std::function<bool()>();
+    EXPECT_THROW(Async::Evaluate(empty), Common::Error);
+}
+
+} // namespace
