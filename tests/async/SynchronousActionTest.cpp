@@ -1,0 +1,157 @@
+// Synchronous code as actions: every outcome of Execute reaches the handler inside Perform, exceptions as
+// 0x00F9000B with the work texts, failures through the context; adaptors, assignments and work made of
+// callables.
+#include "async/SynchronousAction.h"
+
+#include "ManualAction.h"
+#include "async/Assignment.h"
+#include "async/Errors.h"
+#include "async/SilentSynchronousActionAdapter.h"
+#include "async/SilentWorkAdaptor.h"
+#include "common/Utf8.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+using AsyncTesting::ResultRecorder;
+
+constexpr std::uint32_t FailureCode = 0x00AB0004;
+constexpr std::uint32_t ContextCode = 0x00AB0005;
+
+Common::Error Failure()
+{
+    return Common::Error(COMMON_LOCATION("SynchronousActionTest"), FailureCode);
+}
+
+std::string Narrow(const Common::Error& error)
+{
+    std::string text;
+    const Common::WideString wide = error.GetMessage();
+    Common::WideToUtf8(text, wide.data(), wide.size());
+    return text;
+}
+
+// Execute runs the scripted body; a failure gets the context record ContextCode on top.
+class ScriptedAction final : public Async::SynchronousAction
+{
+public:
+    explicit ScriptedAction(std::function<Common::Error()> body) : Body(std::move(body)) {}
+    void ApplyContext(Common::Error& out, const Common::Error& error) override
+    {
+        if (error.GetCode() == ContextCode)
+        {
+            throw std::runtime_error("context");
+        }
+        out = Common::Error(COMMON_LOCATION("ScriptedAction::ApplyContext"), ContextCode);
+        out.SetSubError(error);
+    }
+
+protected:
+    Common::Error Execute() override { return Body(); }
+
+private:
+    std::function<Common::Error()> Body;
+};
+
+TEST(SynchronousActionTest, EveryOutcomeOfExecuteCompletesInsidePerformWithoutJob)
+{
+    struct Case
+    {
+        const char* Name;
+        std::function<Common::Error()> Body;
+        std::uint32_t Code;
+        const char* Text;
+        std::uint32_t SubCode;
+    };
+    const Case cases[] = {
+        {"success", [] { return Common::Success; }, 0, "", 0},
+        {"failure gets the context", [] { return Failure(); }, ContextCode, "", FailureCode},
+        {"thrown error becomes the sub-error", []() -> Common::Error { throw Failure(); }, 0x00F9000B,
+         "ASYNC: Exception has occurred during work execution.", FailureCode},
+        {"std exception", []() -> Common::Error { throw std::logic_error("broken 'thing'"); }, 0x00F9000B,
+         "ASYNC: STD exception 'broken 'thing'' has occurred during work execution.", 0},
+        {"unknown exception", []() -> Common::Error { throw 42; }, 0x00F9000B,
+         "ASYNC: Unknown exception has occurred during work execution.", 0},
+        {"context that throws",
+         [] { return Common::Error(COMMON_LOCATION("SynchronousActionTest"), ContextCode); }, 0x00F9000B,
+         "ASYNC: STD exception 'context' has occurred during work execution.", 0},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.Name);
+        ScriptedAction action(c.Body);
+        ResultRecorder handler;
+        EXPECT_EQ(action.Perform(handler), nullptr);
+        ASSERT_EQ(handler.GetCalls(), 1);
+        EXPECT_EQ(handler.Result.GetCode(), c.Code);
+        EXPECT_EQ(handler.Result.GetSubError().GetCode(), c.SubCode);
+        if (c.Code == 0x00F9000B)
+        {
+            EXPECT_EQ(Narrow(handler.Result), c.Text);
+            EXPECT_STREQ(handler.Result.GetLineTag().Function, "Async::SynchronousAction::Perform");
+        }
+    }
+}
+
+TEST(SynchronousActionTest, AdapterRunsItsCallableAndGivesItsErrorIfItReturnsOne)
+{
+    int runs = 0;
+    auto data = std::make_shared<int>(0);
+    std::weak_ptr<int> watch = data;
+    auto counting = Async::MakeSynchronousAction([&runs] { ++runs; }, std::move(data));
+    auto failing = Async::MakeSynchronousAction([] { return Failure(); });
+    ResultRecorder first, second, failed;
+    counting->Perform(first);
+    counting->Perform(second);
+    failing->Perform(failed);
+    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(second.Result.GetCode(), 0u);
+    EXPECT_EQ(failed.Result.GetCode(), FailureCode);
+    EXPECT_FALSE(watch.expired());
+    counting.reset();
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST(SynchronousActionTest, AssignmentReadsItsFutureWhenItRuns)
+{
+    std::string produced = "early";
+    std::string target;
+    auto assign = Async::MakeAssignment(Async::FutureOf(produced), target);
+    produced = "late";
+    ResultRecorder handler;
+    assign->Perform(handler);
+    EXPECT_EQ(target, "late");
+
+    // A sole owner moves once; a second run fails through the work texts, leaving the target alone.
+    std::unique_ptr<int> owned;
+    auto move = Async::MakeAssignment(Async::Future<std::unique_ptr<int>>(std::make_unique<int>(9)), owned);
+    ResultRecorder once, twice;
+    move->Perform(once);
+    ASSERT_NE(owned, nullptr);
+    EXPECT_EQ(*owned, 9);
+    move->Perform(twice);
+    EXPECT_EQ(twice.Result.GetCode(), Async::ErrorCodes::WorkFailed);
+    EXPECT_EQ(twice.Result.GetSubError().GetCode(), Async::ErrorCodes::InvalidResult);
+    EXPECT_NE(owned, nullptr);
+}
+
+TEST(SynchronousActionTest, WorkAdaptorRunsItsCallableAndDescribesItself)
+{
+    int runs = 0;
+    const Async::WorkDescription description(COMMON_LOCATION("SynchronousActionTest::Work"), u"counting");
+    auto work = Async::MakeWork([&runs] { ++runs; }, description);
+    work->Run();
+    Async::WorkDescription out;
+    work->Describe(out);
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(out.Text, u"counting");
+    EXPECT_STREQ(out.Location.Function, "SynchronousActionTest::Work");
+}
+
+} // namespace
