@@ -1,0 +1,45 @@
+// Host::Store::Detail::ObjectTable: the objects of a store with their indexes: by key code, by creation
+// order, and by each class of an object's chain in creation order. Not locked: the store's lock guards it.
+#pragma once
+
+#include "StoredObject.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Host::Store::Detail
+{
+
+class ObjectTable
+{
+public:
+    using OrderedObjects = std::map<std::uint64_t, StoredObjectPtr>;
+
+    // The object of the key, or null.
+    const StoredObjectPtr* Find(const std::string& keyCode) const;
+    // Inserts the object, or replaces the one of its key (the old one's ordinal must be kept by the caller
+    // for an update; a new ordinal moves it).
+    void Put(StoredObjectPtr object);
+    // Removes the object of the key and returns it (null when there is none).
+    StoredObjectPtr Remove(const std::string& keyCode);
+
+    // All objects in creation order.
+    const OrderedObjects& GetAll() const { return All; }
+    // The objects of one class in creation order, or null when the class has none.
+    const OrderedObjects* FindClass(const std::string& classCode) const;
+    std::size_t Size() const { return ByKey.size(); }
+
+private:
+    void Index(const StoredObjectPtr& object);
+    void Unindex(const StoredObject& object);
+
+    std::unordered_map<std::string, StoredObjectPtr> ByKey;
+    OrderedObjects All;
+    std::unordered_map<std::string, OrderedObjects> ByClass;
+};
+
+} // namespace Host::Store::Detail
