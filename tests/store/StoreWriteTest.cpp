@@ -226,7 +226,8 @@ TEST(StoreWriteTest, KeyOperationsAndPatternOperationsChangeWhatTheyName)
     ASSERT_EQ(Testing::Register(store, flag).GetCode(), 0u);
     for (std::uint32_t id = 1; id <= 4; ++id)
     {
-        EXPECT_EQ(Por::Util::FindPropertyValue(*Find(store, id), "Flag") != nullptr, id == 2 || id == 3) << id;
+        EXPECT_EQ(Por::Util::FindPropertyValue(*Find(store, id), "Flag") != nullptr, id == 2 || id == 3)
+            << id;
     }
 
     // Ordered and limited, each delete by pattern takes the next page: states 7 and 8 first, then 9 and 40.
