@@ -9,10 +9,10 @@ namespace Dml
 namespace
 {
 
-Common::ErrorLocation ToLocation(const std::source_location& site)
+Common::ErrorLocation ToLocation(const ServiceHolder::CallSite& site)
 {
-    return Common::ErrorLocation{Platform::ComputeLineTag(site.file_name(), site.line()), site.file_name(),
-                                 site.function_name(), site.line()};
+    return Common::ErrorLocation{Platform::ComputeLineTag(site.File, site.Line), site.File, site.Function,
+                                 site.Line};
 }
 
 template <typename Service>
@@ -40,17 +40,17 @@ ServiceHolder::ServiceHolder(PostOffice* postOffice, ObjectRegistry* registry,
 {
 }
 
-const Por::Construction::UnitFactory& ServiceHolder::GetUnitFactory(const std::source_location& site) const
+const Por::Construction::UnitFactory& ServiceHolder::GetUnitFactory(CallSite site) const
 {
     return GetUnitFactory(ToLocation(site));
 }
 
-PostOffice& ServiceHolder::GetPostOffice(const std::source_location& site) const
+PostOffice& ServiceHolder::GetPostOffice(CallSite site) const
 {
     return GetPostOffice(ToLocation(site));
 }
 
-ObjectRegistry& ServiceHolder::GetObjectRegistry(const std::source_location& site) const
+ObjectRegistry& ServiceHolder::GetObjectRegistry(CallSite site) const
 {
     return GetObjectRegistry(ToLocation(site));
 }

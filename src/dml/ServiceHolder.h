@@ -7,7 +7,7 @@
 #include "common/ErrorLocation.h"
 #include "por/Forward.h"
 
-#include <source_location>
+#include <cstdint>
 
 namespace Dml
 {
@@ -25,12 +25,23 @@ public:
     ServiceHolder(PostOffice* postOffice, ObjectRegistry* registry,
                   const Por::Construction::UnitFactory* factory);
 
+    // The line that calls a getter, filled in there by the default arguments.
+    struct CallSite
+    {
+        explicit CallSite(const char* file = __builtin_FILE(), std::uint32_t line = __builtin_LINE(),
+                          const char* function = __builtin_FUNCTION())
+            : File(file), Line(line), Function(function)
+        {
+        }
+        const char* File;
+        std::uint32_t Line;
+        const char* Function;
+    };
+
     // The site defaults to the caller's line.
-    const Por::Construction::UnitFactory&
-    GetUnitFactory(const std::source_location& site = std::source_location::current()) const;
-    PostOffice& GetPostOffice(const std::source_location& site = std::source_location::current()) const;
-    ObjectRegistry&
-    GetObjectRegistry(const std::source_location& site = std::source_location::current()) const;
+    const Por::Construction::UnitFactory& GetUnitFactory(CallSite site = CallSite()) const;
+    PostOffice& GetPostOffice(CallSite site = CallSite()) const;
+    ObjectRegistry& GetObjectRegistry(CallSite site = CallSite()) const;
     // The same, at a site given by its location.
     const Por::Construction::UnitFactory& GetUnitFactory(const Common::ErrorLocation& site) const;
     PostOffice& GetPostOffice(const Common::ErrorLocation& site) const;
