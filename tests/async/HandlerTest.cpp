@@ -8,7 +8,6 @@
 #include "async/ImmediateResultAction.h"
 #include "async/ResultProcessingHandler.h"
 #include "async/ResultToOutParameter.h"
-#include "async/ThreadEnvironmentScope.h"
 #include "common/AssertCapture.h"
 #include "common/ThreadIdentity.h"
 
@@ -129,25 +128,21 @@ TEST(ResultProcessingTest, ResultGoesToTheOutputParameterOnSuccessOnly)
 
 TEST(FutureActionAdaptorTest, PerformsTheActionTheFutureYieldsWhenItRuns)
 {
-    std::shared_ptr<Async::Action> chosen;
-    auto shared = Async::MakeFutureAction(Async::FutureOf(chosen));
-    chosen = std::make_shared<Async::ImmediateResultAction>(Failure());
-    ResultRecorder first;
-    shared->Perform(first);
-    EXPECT_EQ(first.Result.GetCode(), FailureCode);
-
+    std::shared_ptr<Async::Action> shared;
     std::unique_ptr<Async::Action> owned;
-    auto sole = Async::MakeFutureAction(Async::FutureOf(owned));
-    owned = std::make_unique<ManualAction>();
-    ResultRecorder second;
-    auto job = sole->Perform(second);
-    EXPECT_NE(job, nullptr);
+    auto fromShared = Async::MakeFutureAction(Async::FutureOf(shared));
+    auto fromOwned = Async::MakeFutureAction(Async::FutureOf(owned));
+    shared = std::make_shared<Async::ImmediateResultAction>(Failure());
+    owned = std::make_unique<Async::ImmediateResultAction>(Failure(ProcessedCode));
+    ResultRecorder first, second, third;
+    fromShared->Perform(first);
+    fromOwned->Perform(second);
+    EXPECT_EQ(first.Result.GetCode(), FailureCode);
+    EXPECT_EQ(second.Result.GetCode(), ProcessedCode);
     EXPECT_EQ(owned, nullptr); // the yielded action lived through its Perform only
-
-    ResultRecorder third;
     try
     {
-        sole->Perform(third); // the place is empty now
+        fromOwned->Perform(third);
         FAIL() << "a null action must throw";
     }
     catch (const Common::Error& error)
@@ -184,28 +179,6 @@ TEST(EnvironmentPreservingHandlerTest, CompletionOnAnotherThreadRunsUnderTheStar
         .join();
     EXPECT_EQ(probe.Seen, 7u);
     EXPECT_EQ(after, 3u);
-    EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), Common::ProcessIdentity);
-}
-
-TEST(EnvironmentPreservingHandlerTest, ScopesRestoreInNestingOrder)
-{
-    const Async::ThreadEnvironment& environment = *Async::GetServiceThreadEnvironment();
-    Async::ThreadEnvironment::Snapshot five, six;
-    {
-        Common::ThreadIdentity a(5);
-        five = environment.Capture();
-        Common::ThreadIdentity b(6);
-        six = environment.Capture();
-    }
-    {
-        Async::ThreadEnvironmentScope outer(five);
-        EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), 5u);
-        {
-            Async::ThreadEnvironmentScope inner(environment, six);
-            EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), 6u);
-        }
-        EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), 5u);
-    }
     EXPECT_EQ(Common::ThreadIdentity::GetCurrent(), Common::ProcessIdentity);
 }
 

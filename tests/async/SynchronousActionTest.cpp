@@ -1,13 +1,10 @@
 // Synchronous code as actions: every outcome of Execute reaches the handler inside Perform, exceptions as
-// 0x00F9000B with the work texts, failures through the context; adaptors, assignments and work made of
-// callables.
+// 0x00F9000B with the work texts, failures through the context; assignments from futures.
 #include "async/SynchronousAction.h"
 
 #include "ManualAction.h"
 #include "async/Assignment.h"
 #include "async/Errors.h"
-#include "async/SilentSynchronousActionAdapter.h"
-#include "async/SilentWorkAdaptor.h"
 #include "common/Utf8.h"
 
 #include <gtest/gtest.h>
@@ -99,26 +96,7 @@ TEST(SynchronousActionTest, EveryOutcomeOfExecuteCompletesInsidePerformWithoutJo
     }
 }
 
-TEST(SynchronousActionTest, AdapterRunsItsCallableAndGivesItsErrorIfItReturnsOne)
-{
-    int runs = 0;
-    auto data = std::make_shared<int>(0);
-    std::weak_ptr<int> watch = data;
-    auto counting = Async::MakeSynchronousAction([&runs] { ++runs; }, std::move(data));
-    auto failing = Async::MakeSynchronousAction([] { return Failure(); });
-    ResultRecorder first, second, failed;
-    counting->Perform(first);
-    counting->Perform(second);
-    failing->Perform(failed);
-    EXPECT_EQ(runs, 2);
-    EXPECT_EQ(second.Result.GetCode(), 0u);
-    EXPECT_EQ(failed.Result.GetCode(), FailureCode);
-    EXPECT_FALSE(watch.expired());
-    counting.reset();
-    EXPECT_TRUE(watch.expired());
-}
-
-TEST(SynchronousActionTest, AssignmentReadsItsFutureWhenItRuns)
+TEST(SynchronousActionTest, AssignmentReadsItsFutureWhenItRunsAndASoleOwnerMovesOnce)
 {
     std::string produced = "early";
     std::string target;
@@ -128,7 +106,7 @@ TEST(SynchronousActionTest, AssignmentReadsItsFutureWhenItRuns)
     assign->Perform(handler);
     EXPECT_EQ(target, "late");
 
-    // A sole owner moves once; a second run fails through the work texts, leaving the target alone.
+    // The second run fails through the work texts, leaving the target alone.
     std::unique_ptr<int> owned;
     auto move = Async::MakeAssignment(Async::Future<std::unique_ptr<int>>(std::make_unique<int>(9)), owned);
     ResultRecorder once, twice;
@@ -139,19 +117,6 @@ TEST(SynchronousActionTest, AssignmentReadsItsFutureWhenItRuns)
     EXPECT_EQ(twice.Result.GetCode(), Async::ErrorCodes::WorkFailed);
     EXPECT_EQ(twice.Result.GetSubError().GetCode(), Async::ErrorCodes::InvalidResult);
     EXPECT_NE(owned, nullptr);
-}
-
-TEST(SynchronousActionTest, WorkAdaptorRunsItsCallableAndDescribesItself)
-{
-    int runs = 0;
-    const Async::WorkDescription description(COMMON_LOCATION("SynchronousActionTest::Work"), u"counting");
-    auto work = Async::MakeWork([&runs] { ++runs; }, description);
-    work->Run();
-    Async::WorkDescription out;
-    work->Describe(out);
-    EXPECT_EQ(runs, 1);
-    EXPECT_EQ(out.Text, u"counting");
-    EXPECT_STREQ(out.Location.Function, "SynchronousActionTest::Work");
 }
 
 } // namespace
