@@ -3,8 +3,12 @@
 #include "Consolidation.h"
 #include "KeyCode.h"
 #include "ViewOptions.h"
+#include "dml/BatchOperation.h"
 #include "dml/Errors.h"
+#include "dml/KeyOperations.h"
 #include "dml/ObjectKey.h"
+#include "dml/ObjectOperations.h"
+#include "dml/PatternOperations.h"
 #include "por/Merge.h"
 #include "por/TraitUtil.h"
 #include "por/Unit.h"
@@ -21,21 +25,10 @@ namespace
 
 constexpr std::string_view TimeStampName = "DmlTimeStamp";
 
-// The classes of the operation objects, by the value of their "Is" trait.
-constexpr std::u16string_view CreateObjectClass = u"Dml::Operation::CreateObject";
-constexpr std::u16string_view CreateIfNotExistClass = u"Dml::Operation::CreateIfNotExist";
-constexpr std::u16string_view StoreOrUpdateClass = u"Dml::Operation::StoreOrUpdate";
-constexpr std::u16string_view StoreOrConsolidateClass = u"Dml::Operation::StoreOrConsolidate";
-constexpr std::u16string_view ConsolidateIfExistsClass = u"Dml::Operation::ConsolidateIfExists";
-constexpr std::u16string_view DeleteObjectClass = u"Dml::Operation::DeleteObject";
-constexpr std::u16string_view UpdateObjectClass = u"Dml::Operation::UpdateObject";
-constexpr std::u16string_view DeleteByPatternClass = u"Dml::Operation::DeleteByPattern";
-constexpr std::u16string_view UpdateByPatternClass = u"Dml::Operation::UpdateByPattern";
-constexpr std::u16string_view BatchOperationClass = u"Dml::Operation::BatchOperation";
-
-bool IsOfClass(const Por::View::Unit& unit, std::u16string_view name)
+bool IsOfClass(const Por::View::Unit& unit, std::string_view typeName)
 {
-    return Por::Util::HasTraitWithValue(unit, "Is", Por::String(name));
+    // Class names are ASCII: each character widens to one unit.
+    return Por::Util::HasTraitWithValue(unit, "Is", Por::String(typeName.begin(), typeName.end()));
 }
 
 // A unit property of an operation, as a copy without the marks that carrying it through a pointer
@@ -44,7 +37,9 @@ Por::UnitPtr TakePayload(const Por::View::Unit& operation, std::string_view name
                          const Por::Construction::UnitFactory& factory)
 {
     const Por::View::Unit* value = Por::Util::FindPropertyValue(operation, name);
-    if (value == nullptr || Por::Util::HasTrait(*value, "IsEmpty"))
+    // An unset property is the schema's nil marked "Nil" (or an empty pointer's nil marked "IsEmpty").
+    if (value == nullptr || (Por::Util::IsNil(*value) &&
+                             (Por::Util::HasTrait(*value, "Nil") || Por::Util::HasTrait(*value, "IsEmpty"))))
     {
         return nullptr;
     }
@@ -182,45 +177,45 @@ std::vector<PersistedChange> WriteTransaction::MakePersistedChanges() const
 void WriteTransaction::ApplyOperation(const Por::View::Unit& operation, bool& applied)
 {
     applied = true;
-    if (IsOfClass(operation, CreateObjectClass))
+    if (IsOfClass(operation, Dml::Operation::CreateObject::TypeName))
     {
         Store(*RequirePayload(operation, "Object", Factory), WhenExists::Fail, WhenMissing::Create);
     }
-    else if (IsOfClass(operation, CreateIfNotExistClass))
+    else if (IsOfClass(operation, Dml::Operation::CreateIfNotExist::TypeName))
     {
         Store(*RequirePayload(operation, "Object", Factory), WhenExists::Skip, WhenMissing::Create);
     }
-    else if (IsOfClass(operation, StoreOrUpdateClass))
+    else if (IsOfClass(operation, Dml::Operation::StoreOrUpdate::TypeName))
     {
         Store(*RequirePayload(operation, "Object", Factory), WhenExists::Replace, WhenMissing::Create);
     }
-    else if (IsOfClass(operation, StoreOrConsolidateClass))
+    else if (IsOfClass(operation, Dml::Operation::StoreOrConsolidate::TypeName))
     {
         Store(*RequirePayload(operation, "Object", Factory), WhenExists::Consolidate, WhenMissing::Create);
     }
-    else if (IsOfClass(operation, ConsolidateIfExistsClass))
+    else if (IsOfClass(operation, Dml::Operation::ConsolidateIfExists::TypeName))
     {
         Store(*RequirePayload(operation, "Object", Factory), WhenExists::Consolidate, WhenMissing::Skip);
     }
-    else if (IsOfClass(operation, DeleteObjectClass))
+    else if (IsOfClass(operation, Dml::Operation::DeleteObject::TypeName))
     {
         Unregister(*RequirePayload(operation, "Key", Factory));
     }
-    else if (IsOfClass(operation, UpdateObjectClass))
+    else if (IsOfClass(operation, Dml::Operation::UpdateObject::TypeName))
     {
         Update(*RequirePayload(operation, "Key", Factory), *RequirePayload(operation, "Patch", Factory));
     }
-    else if (IsOfClass(operation, DeleteByPatternClass))
+    else if (IsOfClass(operation, Dml::Operation::DeleteByPattern::TypeName))
     {
         const Por::UnitPtr options = TakePayload(operation, "Options", Factory);
         DeleteByPattern(TakePayload(operation, "Pattern", Factory), options.get());
     }
-    else if (IsOfClass(operation, UpdateByPatternClass))
+    else if (IsOfClass(operation, Dml::Operation::UpdateByPattern::TypeName))
     {
         UpdateByPattern(TakePayload(operation, "Pattern", Factory),
                         *RequirePayload(operation, "Patch", Factory));
     }
-    else if (IsOfClass(operation, BatchOperationClass))
+    else if (IsOfClass(operation, Dml::Operation::BatchOperation::TypeName))
     {
         const Por::View::Unit* operations = Por::Util::FindPropertyValue(operation, "Operations");
         const Por::View::ArrayValue* array =

@@ -4,6 +4,7 @@
 #include "dml/Errors.h"
 #include "dml/KeyPattern.h"
 #include "dml/ObjectKey.h"
+#include "dml/OperationFactory.h"
 #include "por/Compare.h"
 #include "por/Diff.h"
 #include "por/UnitPrinter.h"
@@ -62,11 +63,27 @@ Por::Unit Operation(const char16_t* className)
     return operation;
 }
 
+Por::Unit ToUnit(const Por::ConstUnitPtr& unit)
+{
+    Por::Unit copy;
+    copy = *unit;
+    return copy;
+}
+
+using ObjectOperationMaker = Por::ConstUnitPtr (*)(const Por::ConstUnitPtr&,
+                                                   const Por::Construction::UnitFactory&);
+
 Por::Unit ObjectOperation(const char16_t* className, const Por::Unit& object)
 {
-    Por::Unit operation = Operation(className);
-    operation["Object"] = object;
-    return operation;
+    using Dml::Operation::OperationFactory;
+    const std::map<std::u16string, ObjectOperationMaker> makers = {
+        {u"Dml::Operation::CreateObject", &OperationFactory::MakeCreateObject},
+        {u"Dml::Operation::CreateIfNotExist", &OperationFactory::MakeCreateIfNotExist},
+        {u"Dml::Operation::StoreOrUpdate", &OperationFactory::MakeStoreOrUpdate},
+        {u"Dml::Operation::StoreOrConsolidate", &OperationFactory::MakeStoreOrConsolidate},
+        {u"Dml::Operation::ConsolidateIfExists", &OperationFactory::MakeConsolidateIfExists},
+    };
+    return ToUnit(makers.at(className)(object.Result(), Por::GetUnitFactory()));
 }
 
 Por::Unit Batch(std::initializer_list<Por::Unit> operations)
@@ -157,16 +174,16 @@ TEST(StoreWriteTest, ObjectOperationsCreateReplaceConsolidateOrSkipByWhetherTheK
         const char* Expected; // state and name afterwards, "" when absent
     };
     const Case cases[] = {
-        {u"Dml::Operation::CreateObject", false, 0, "2 new"},
+        {u"Dml::Operation::CreateObject", false, 0, "2 new tag"},
         {u"Dml::Operation::CreateObject", true, Dml::ErrorCodes::ObjectAlreadyExists, "1 old"},
-        {u"Dml::Operation::CreateIfNotExist", false, 0, "2 new"},
+        {u"Dml::Operation::CreateIfNotExist", false, 0, "2 new tag"},
         {u"Dml::Operation::CreateIfNotExist", true, 0, "1 old"},
-        {u"Dml::Operation::StoreOrUpdate", false, 0, "2 new"},
-        {u"Dml::Operation::StoreOrUpdate", true, 0, "2 -"},
-        {u"Dml::Operation::StoreOrConsolidate", false, 0, "2 new"},
-        {u"Dml::Operation::StoreOrConsolidate", true, 0, "2 old"},
+        {u"Dml::Operation::StoreOrUpdate", false, 0, "2 new tag"},
+        {u"Dml::Operation::StoreOrUpdate", true, 0, "2 - tag"},
+        {u"Dml::Operation::StoreOrConsolidate", false, 0, "2 new tag"},
+        {u"Dml::Operation::StoreOrConsolidate", true, 0, "2 old tag"}, // what only the update has joins
         {u"Dml::Operation::ConsolidateIfExists", false, 0, ""},
-        {u"Dml::Operation::ConsolidateIfExists", true, 0, "2 old"},
+        {u"Dml::Operation::ConsolidateIfExists", true, 0, "2 old tag"},
     };
     for (const Case& test : cases)
     {
@@ -177,6 +194,7 @@ TEST(StoreWriteTest, ObjectOperationsCreateReplaceConsolidateOrSkipByWhetherTheK
         }
         Por::Unit object = Testing::MakeObject(1);
         object["State"] = 2u;
+        object["Tag"] = 1u;
         if (!test.Exists)
         {
             object["Name"] = u"new";
@@ -191,6 +209,10 @@ TEST(StoreWriteTest, ObjectOperationsCreateReplaceConsolidateOrSkipByWhetherTheK
             outcome =
                 std::to_string(StateOf(found)) + " " +
                 (name == nullptr ? "-" : (Por::Util::GetValue<Por::String>(*name) == u"old" ? "old" : "new"));
+            if (Por::Util::FindPropertyValue(*found, "Tag") != nullptr)
+            {
+                outcome += " tag";
+            }
             EXPECT_TRUE(Dml::HasObjectKey(*found));
         }
         EXPECT_EQ(outcome, test.Expected)
@@ -205,25 +227,26 @@ TEST(StoreWriteTest, KeyOperationsAndPatternOperationsChangeWhatTheyName)
     {
         ASSERT_EQ(Testing::Register(store, MakeItem(id, 10 - id)).GetCode(), 0u);
     }
-    Por::Unit remove = Operation(u"Dml::Operation::DeleteObject");
-    remove["Key"] = Por::Unit(Testing::IdOf(5));
-    remove["Key"].AddTrait("PrimaryKey");
-    ASSERT_EQ(Testing::Register(store, remove).GetCode(), 0u);
+    using Dml::Operation::OperationFactory;
+    Por::Unit key(Testing::IdOf(5));
+    key.AddTrait("PrimaryKey");
+    ASSERT_EQ(Testing::Register(store, ToUnit(OperationFactory::MakeDeleteObject(key.Result()))).GetCode(),
+              0u);
     EXPECT_EQ(Find(store, 5), nullptr);
 
-    Por::Unit update = Operation(u"Dml::Operation::UpdateObject");
-    update["Key"] = *KeyPattern(4);
-    update["Patch"] = *Por::UpdateBuilder().Add(u".State", Por::Unit(40u).Get()).Result();
-    ASSERT_EQ(Testing::Register(store, update).GetCode(), 0u);
+    const Por::ConstUnitPtr setState = Por::UpdateBuilder().Add(u".State", Por::Unit(40u).Get()).Result();
+    ASSERT_EQ(Testing::Register(store, ToUnit(OperationFactory::MakeUpdateObject(KeyPattern(4), setState)))
+                  .GetCode(),
+              0u);
     EXPECT_EQ(StateOf(Find(store, 4)), 40u);
 
     // Every object whose state is below 9 gets "Flag": states are 9, 8, 7 and 40 now.
     Por::Unit below = Por::Unit::Composite();
     below["State"].SetDefault(0u).SetTrait("Less", 9u);
-    Por::Unit flag = Operation(u"Dml::Operation::UpdateByPattern");
-    flag["Pattern"] = below;
-    flag["Patch"] = *Por::UpdateBuilder().Add(u".Flag", Por::Unit(true).Get()).Result();
-    ASSERT_EQ(Testing::Register(store, flag).GetCode(), 0u);
+    const Por::ConstUnitPtr setFlag = Por::UpdateBuilder().Add(u".Flag", Por::Unit(true).Get()).Result();
+    ASSERT_EQ(Testing::Register(store, ToUnit(OperationFactory::MakeUpdateByPattern(below.Result(), setFlag)))
+                  .GetCode(),
+              0u);
     for (std::uint32_t id = 1; id <= 4; ++id)
     {
         EXPECT_EQ(Por::Util::FindPropertyValue(*Find(store, id), "Flag") != nullptr, id == 2 || id == 3)
@@ -231,15 +254,22 @@ TEST(StoreWriteTest, KeyOperationsAndPatternOperationsChangeWhatTheyName)
     }
 
     // Ordered and limited, each delete by pattern takes the next page: states 7 and 8 first, then 9 and 40.
-    Por::Unit page = Operation(u"Dml::Operation::DeleteByPattern");
-    page["Pattern"] = *Testing::ClassPattern();
-    page["Options"]["LimitOptions"] = 2u;
-    page["Options"]["SortingOptions"]["State"] = 0u;
-    page["Options"]["SortingOptions"]["State"].AddTrait("Ascending ");
+    Por::Unit options = Por::Unit::Composite();
+    options["LimitOptions"] = 2u;
+    options["SortingOptions"]["State"] = 0u;
+    options["SortingOptions"]["State"].AddTrait("Ascending ");
+    const Por::Unit page =
+        ToUnit(OperationFactory::MakeDeleteByPattern(Testing::ClassPattern(), options.Result()));
     ASSERT_EQ(Testing::Register(store, page).GetCode(), 0u);
     EXPECT_EQ(Testing::Numbers(Testing::Report(store, Testing::ClassPattern())),
               (std::vector<std::uint32_t>{1, 4}));
+    ASSERT_EQ(Testing::Register(store, MakeItem(6, 0)).GetCode(), 0u);
     ASSERT_EQ(Testing::Register(store, page).GetCode(), 0u);
+    EXPECT_EQ(Testing::Numbers(Testing::Report(store, Testing::ClassPattern())),
+              (std::vector<std::uint32_t>{4}));
+    // Without options it takes every match.
+    const Por::Unit all = ToUnit(OperationFactory::MakeDeleteByPattern(Testing::ClassPattern(), nullptr));
+    ASSERT_EQ(Testing::Register(store, all).GetCode(), 0u);
     EXPECT_EQ(store.GetObjectCount(), 0u);
 }
 
@@ -260,8 +290,7 @@ TEST(StoreWriteTest, BatchAppliesAllOperationsOrNone)
     EXPECT_EQ(Testing::Report(store, Testing::ClassPattern(u"Test::Base")).size(), 1u);
 
     // A nested batch, a delete and a create of the deleted key in one go.
-    Por::Unit remove = Operation(u"Dml::Operation::DeleteObject");
-    remove["Key"] = *KeyPattern(1);
+    const Por::Unit remove = ToUnit(Dml::Operation::OperationFactory::MakeDeleteObject(KeyPattern(1)));
     const Por::Unit good = Batch({Batch({ObjectOperation(u"Dml::Operation::CreateObject", MakeItem(2, 2))}),
                                   remove, ObjectOperation(u"Dml::Operation::CreateObject", MakeItem(1, 9))});
     ASSERT_EQ(Testing::Register(store, good).GetCode(), 0u);
@@ -320,11 +349,10 @@ TEST(StoreWriteTest, AReopenedStoreResumesFromItsHighestStampAndAFailedCommitCha
     {
         MemoryStore store(std::make_unique<FakePersistence>(disk));
         ASSERT_EQ(Testing::Register(store, MakeItem(1, 1)).GetCode(), 0u);
-        ASSERT_EQ(Testing::Register(store,
-                                    Batch({ObjectOperation(u"Dml::Operation::CreateObject", MakeItem(2, 2)),
-                                           ObjectOperation(u"Dml::Operation::CreateObject", MakeItem(3, 3))}))
-                      .GetCode(),
-                  0u);
+        Dml::Operation::OperationFactory operations;
+        operations.CreateObject(MakeItem(2, 2).Result());
+        operations.StoreOrUpdate(MakeItem(3, 3).Result());
+        ASSERT_EQ(Testing::Register(store, ToUnit(operations.Finish())).GetCode(), 0u);
         ASSERT_EQ(Testing::Unregister(store, *KeyPattern(2)).GetCode(), 0u);
         EXPECT_EQ(disk.Commits, 3);
         disk.FailNext = true;
