@@ -4,7 +4,6 @@
 #include "dml/ObjectKey.h"
 #include "dml/ObjectRegistry.h"
 #include "por/Diff.h"
-#include "por/Merge.h"
 #include "por/PorUnit.h"
 #include "por/Unit.h"
 #include "por/UnitAccess.h"
@@ -18,6 +17,22 @@ std::shared_ptr<Async::Job> Succeed(Async::ActionHandler& handler)
 {
     handler.Completed(Common::Success);
     return nullptr;
+}
+
+// Composites merge property by property: the new object's properties join or replace the stored ones,
+// the stored ones it lacks stay; any other value is replaced whole. Traits stay the stored object's.
+void Overlay(Por::Unit target, const Por::View::Unit& source)
+{
+    const Por::View::CompositeValue* composite = Por::Util::FindComposite(source);
+    if (composite == nullptr || !target.Exists() || Por::Util::FindComposite(target.Get()) == nullptr)
+    {
+        target = source;
+        return;
+    }
+    for (auto property = composite->GetIterator(); property->IsValid(); property->Next())
+    {
+        Overlay(target[property->Current().GetName()], property->Current().GetValue());
+    }
 }
 
 } // namespace
@@ -56,10 +71,9 @@ ConsolidateObject::ConsolidateObject(Por::ConstUnitPtr object, ObjectRegistry& r
 std::shared_ptr<Async::Job> ConsolidateObject::ProcessObject(const Por::View::Unit& stored,
                                                              Async::ActionHandler& handler)
 {
-    // The new object read as an unpacked diff: its properties join or replace the stored ones, the
-    // stored ones it lacks stay.
-    const Por::UnitPtr merged = Por::Util::InternalMerge(stored, *Object, Factory, false, false);
-    PatchHolder = Por::Util::Diff(stored, *merged, Factory);
+    Por::Unit merged(Por::Util::Copy(stored, Factory), Factory);
+    Overlay(merged, *Object);
+    PatchHolder = Por::Util::Diff(stored, merged.Get(), Factory);
     KeyHolder = Por::Util::Copy(GetObjectKey(*Object), Factory);
     return Registry.Update(*KeyHolder, *PatchHolder, handler);
 }
