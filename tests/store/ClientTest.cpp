@@ -2,6 +2,8 @@
 // the paged delete, single reads and their errors, store-or-update and consolidation, the service holder.
 #include "StoreTesting.h"
 #include "common/Error.h"
+#include "async/Synchronizer.h"
+#include "dml/ActionFacade.h"
 #include "dml/Errors.h"
 #include "dml/KeyPattern.h"
 #include "dml/ObjectKey.h"
@@ -276,6 +278,29 @@ TEST_F(ClientTest, AStoreWithoutRegistryReadsButRefusesWrites)
     const Common::Error refused = Caught([&] { readOnly.Create(Site, MakeItem(2, 0).Get()); });
     EXPECT_EQ(refused.GetCode(), Dml::ErrorCodes::ServiceMissing);
     EXPECT_EQ(refused.GetMessage(), u"DML: Unproper use. Missing ObjectRegistry.");
+}
+
+TEST_F(ClientTest, FacadeActionsKeepTheirServicesAlive)
+{
+    Fill(3);
+    std::unique_ptr<Async::Action> count;
+    std::unique_ptr<Async::Action> find;
+    std::uint32_t counted = 0;
+    Por::UnitPtr found;
+    {
+        const Dml::ActionFacade facade(std::make_shared<Dml::ServiceHolder>(&Store, &Registry));
+        count = facade.Count(Site, ItemsSpec(), counted);
+        find = facade.FindById(Site, KeyOf(2).Get(), found);
+    }
+    Async::Perform(*count);
+    Async::Perform(*find);
+    EXPECT_EQ(counted, 3u);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(NumberOf(*found), 2u);
+
+    const Dml::ActionFacade readOnly(std::make_shared<Dml::ServiceHolder>(&Store));
+    EXPECT_EQ(Caught([&] { readOnly.Register(Site, MakeItem(9, 0).Get()); }).GetCode(),
+              Dml::ErrorCodes::ServiceMissing);
 }
 
 } // namespace
