@@ -71,14 +71,25 @@ private:
     std::variant<T, Source, std::monostate> Held;
 };
 
+namespace Detail
+{
+
+// A callable that yields a T without being one: it is asked at each Get. A captureless lambda returning
+// bool converts to bool through its function pointer, so this test comes before the one of conversion.
+template <class F, class T>
+concept FutureSource =
+    !std::same_as<std::remove_cvref_t<F>, T> && std::is_invocable_r_v<T, std::remove_cvref_t<F>&>;
+
+} // namespace Detail
+
 template <class T>
 class FutureConversionPolicy : public BaseConversionPolicy<T>
 {
 public:
-    // From anything that converts to a T, held as the value: a callable that is itself a T (as for
+    // From anything else that converts to a T, held as the value: a callable that is itself a T (as for
     // T = std::function<bool()>) is a value too.
     template <class U>
-    requires(std::is_convertible_v<U, T> &&
+    requires(std::is_convertible_v<U, T> && !Detail::FutureSource<U, T> &&
              !std::is_base_of_v<FutureConversionPolicy, std::remove_cvref_t<U>>)
         FutureConversionPolicy(U&& value)
         : BaseConversionPolicy<T>(T(std::forward<U>(value)))
@@ -86,8 +97,8 @@ public:
     }
 
     // From a callable that yields a T, called at each Get, so that it reads what is there by then.
-    template <class F>
-    requires(!std::is_convertible_v<F, T> && std::is_invocable_r_v<T, F&>) FutureConversionPolicy(F source)
+    template <Detail::FutureSource<T> F>
+    FutureConversionPolicy(F source)
         : BaseConversionPolicy<T>(typename BaseConversionPolicy<T>::Source(std::move(source)))
     {
     }

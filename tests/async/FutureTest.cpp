@@ -23,6 +23,8 @@ TEST(FutureTest, HoldsAValueOrReadsItsSourceAtEachGet)
     EXPECT_EQ(now.Get(), 1u);
     EXPECT_EQ(later.Get(), 5u);
     EXPECT_EQ(computed.Get(), 50u);
+    // A captureless lambda converts to bool too; it is still a source.
+    EXPECT_FALSE(Async::Future<bool>([] { return false; }).Get());
 }
 
 TEST(FutureTest, SoleOwnerValueIsHandedOutOnceThenGetThrowsInvalidResult)
