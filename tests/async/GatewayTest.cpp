@@ -1,18 +1,17 @@
-// The gateway: who enters and who waits, the order of a queue of exclusive and shared requests, the closed
-// gateway, cancelling a waiting request or one that has just been let in, a handler that blocks, a long
-// chain of waiters releasing inside their handlers on a small stack, and readers and writers on threads.
+// The gateway: who enters and who waits, the turns of a queue of exclusive and shared requests, the closed
+// gateway, cancelling a waiting request or one just let in, a handler that blocks, a long chain of
+// waiters releasing inside their handlers on a small stack, and readers and writers on threads.
 #include "async/Gateway.h"
 
 #include "HookedService.h"
 #include "ManualAction.h"
-#include "SmallStack.h"
+#include "ThreadHelpers.h"
 #include "async/Errors.h"
 #include "async/TailRecursionController.h"
 #include "common/AssertCapture.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <future>
 #include <mutex>
@@ -25,7 +24,7 @@ namespace
 using Async::Gateway;
 using Flag = std::unique_ptr<Gateway::Flag>;
 
-// One request: performed at construction, its handler records the completion.
+// One request, performed at construction.
 struct Passage
 {
     Passage(Gateway& gateway, bool exclusive)
@@ -37,13 +36,10 @@ struct Passage
     {
         return Recorder.GetCalls() == 1 && Recorder.Result.GetCode() == 0 && Slot != nullptr;
     }
-    bool Waiting() const { return Recorder.GetCalls() == 0 && Slot == nullptr; }
     bool Cancelled() const
     {
-        return Recorder.GetCalls() == 1 && Recorder.Result.GetCode() == Async::ErrorCodes::Canceled &&
-               Slot == nullptr;
+        return Recorder.GetCalls() == 1 && Recorder.Result.GetCode() == Async::ErrorCodes::Canceled && !Slot;
     }
-    void Release() { Slot->Release(); }
 
     Flag Slot;
     AsyncTesting::ResultRecorder Recorder;
@@ -55,32 +51,18 @@ TEST(GatewayTest, SharedPassagesShareUntilAnExclusiveRequestWaitsAndThoseBehindI
 {
     Testing::AssertCapture asserts;
     Gateway gateway;
-    Passage first(gateway, false);
-    Passage second(gateway, false); // a shared passage is held and nobody waits
-    ASSERT_TRUE(first.Entered());
-    ASSERT_TRUE(second.Entered());
+    Passage first(gateway, false), second(gateway, false); // shared held, nobody waits: enters
+    Passage writer(gateway, true), third(gateway, false), fourth(gateway, false);
+    ASSERT_TRUE(first.Entered() && second.Entered());
+    EXPECT_FALSE(writer.Entered() || third.Entered()); // behind a waiting writer though readers hold it
 
-    Passage writer(gateway, true);
-    Passage third(gateway, false); // behind a waiting writer, though only readers hold the gate
-    Passage fourth(gateway, false);
-    EXPECT_TRUE(writer.Waiting());
-    EXPECT_TRUE(third.Waiting());
-
-    first.Release();
-    EXPECT_TRUE(writer.Waiting());
-    second.Release();
+    first.Slot->Release();
+    EXPECT_FALSE(writer.Entered());
+    second.Slot->Release();
     ASSERT_TRUE(writer.Entered());
-    EXPECT_TRUE(third.Waiting());
-    EXPECT_TRUE(fourth.Waiting());
-
-    writer.Release();
-    EXPECT_TRUE(third.Entered());
-    EXPECT_TRUE(fourth.Entered());
-    Passage late(gateway, true);
-    third.Release();
-    EXPECT_TRUE(late.Waiting());
-    fourth.Release();
-    EXPECT_TRUE(late.Entered());
+    EXPECT_FALSE(third.Entered() || fourth.Entered());
+    writer.Slot->Release();
+    EXPECT_TRUE(third.Entered() && fourth.Entered());
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
@@ -95,8 +77,7 @@ TEST(GatewayTest, ClosedGatewayLetsWaitersInOneTurnAtATimeInArrivalOrder)
     {
         queue.push_back(std::make_unique<Passage>(*gateway, exclusive));
     }
-    // The waiters and their flags outlive the gateway object.
-    gateway.reset();
+    gateway.reset(); // requests and flags outlive the gateway object
     const auto entered = [&queue]
     {
         std::vector<bool> state;
@@ -107,16 +88,15 @@ TEST(GatewayTest, ClosedGatewayLetsWaitersInOneTurnAtATimeInArrivalOrder)
         return state;
     };
     EXPECT_EQ(entered(), std::vector<bool>({false, false, false, false, false}));
-
     closing.reset(); // destroying a flag releases it
     EXPECT_EQ(entered(), std::vector<bool>({true, false, false, false, false}));
-    queue[0]->Release();
-    queue[0]->Release(); // a second release gives nothing back
+    queue[0]->Slot->Release();
+    queue[0]->Slot->Release(); // a second release gives nothing back
     EXPECT_EQ(entered(), std::vector<bool>({true, true, false, false, false}));
-    queue[1]->Release();
-    EXPECT_EQ(entered(), std::vector<bool>({true, true, true, false, false}));
+    queue[1]->Slot.reset();
+    EXPECT_EQ(entered(), std::vector<bool>({true, false, true, false, false}));
     queue[2]->Slot.reset();
-    EXPECT_EQ(entered(), std::vector<bool>({true, true, false, true, true}));
+    EXPECT_EQ(entered(), std::vector<bool>({true, false, false, true, true}));
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
@@ -124,35 +104,26 @@ TEST(GatewayTest, CancellingAWaitingRequestCompletesItAtOnceAndItsTurnPassesOn)
 {
     Testing::AssertCapture asserts;
     Gateway gateway;
-    Passage holder(gateway, true);
-    Passage next(gateway, true);
-    Passage cancelled(gateway, true);
-    Passage reader(gateway, false);
-
+    Passage holder(gateway, true), next(gateway, true), cancelled(gateway, true), reader(gateway, false);
     cancelled.Job->Cancel();
     cancelled.Job->Cancel();
     ASSERT_TRUE(cancelled.Cancelled());
     EXPECT_STREQ(cancelled.Recorder.Result.GetLineTag().Function,
                  "Async::Detail::GatewayLogic::CaptureRequest::Cancel");
-    EXPECT_TRUE(next.Waiting());
-    EXPECT_TRUE(reader.Waiting());
 
-    holder.Release();
+    holder.Slot->Release();
     ASSERT_TRUE(next.Entered());
     next.Job->Cancel(); // too late: the passage stays held
-    EXPECT_TRUE(next.Entered());
-    EXPECT_TRUE(reader.Waiting());
-
-    next.Release(); // the cancelled request's turn gives the passage back at once
+    EXPECT_FALSE(reader.Entered());
+    next.Slot->Release(); // the cancelled request's turn gives the passage back at once
     EXPECT_TRUE(reader.Entered());
-    EXPECT_EQ(cancelled.Recorder.GetCalls(), 1);
+    EXPECT_TRUE(next.Entered() && cancelled.Cancelled());
 
     Async::WorkDescription exclusive, shared;
     cancelled.Job->Describe(exclusive);
     reader.Job->Describe(shared);
     EXPECT_EQ(exclusive.Text, u"ASYNC: Gateway get exclusive passage job.");
     EXPECT_EQ(shared.Text, u"ASYNC: Gateway get shared passage job.");
-    EXPECT_STREQ(shared.Location.Function, "Async::Detail::GatewayLogic::CaptureRequest::Describe");
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
@@ -161,169 +132,118 @@ TEST(GatewayTest, RequestCancelledAfterItWasLetInButBeforeItsHandlerGivesThePass
     Testing::AssertCapture asserts;
     Testing::HookedService service;
     Gateway gateway;
-    Passage holder(gateway, true);
-    Passage victim(gateway, true);
-    Passage reader(gateway, false);
-    // Inside the loop's round (its detachment is on top) the only callback pushed is the hand-over's own
-    // scope: the waiter has been let in and is about to be told.
-    bool armed = true;
+    Passage holder(gateway, true), victim(gateway, true), reader(gateway, false);
+    // Within a round of the loop (its detachment on top) the one callback pushed is the hand-over's scope:
+    // the waiter has been let in and is about to be told.
     int callsAtCancel = -1;
     service.OnPush = [&](Async::SynchronizationCallback&)
     {
-        Async::SynchronizationCallback* top = service.GetSynchronizationCallbackStorage().GetTop();
-        if (armed && dynamic_cast<Async::TailRecursionController::ProcessingDetachment*>(top) != nullptr)
+        auto* top = service.GetSynchronizationCallbackStorage().GetTop();
+        if (callsAtCancel < 0 && dynamic_cast<Async::TailRecursionController::ProcessingDetachment*>(top))
         {
-            armed = false;
             callsAtCancel = victim.Recorder.GetCalls();
             victim.Job->Cancel();
         }
     };
-
-    holder.Release();
+    holder.Slot->Release();
     service.OnPush = nullptr;
     EXPECT_EQ(callsAtCancel, 0);
     EXPECT_TRUE(victim.Cancelled());
     EXPECT_TRUE(reader.Entered());
-    Passage writer(gateway, true);
-    reader.Release();
-    EXPECT_TRUE(writer.Entered());
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
-// Tells the test that it has entered, and waits until the test let it go.
-struct BlockingWaiter final : Async::ActionHandler
-{
-    void Completed(const Common::Error&) override
-    {
-        Async::NotifySynchronization(); // what a thread does before it blocks
-        NextEntered = Next.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-    }
-    std::future<void> Next;
-    bool NextEntered = false;
-};
-
-struct SignallingWaiter final : Async::ActionHandler
-{
-    void Completed(const Common::Error&) override { Entered.set_value(); }
-    std::promise<void> Entered;
-};
-
 TEST(GatewayTest, HandlerThatBlocksLetsTheNextSharedWaiterInFromAServiceThread)
 {
+    struct Blocking final : Async::ActionHandler
+    {
+        void Completed(const Common::Error&) override
+        {
+            Async::NotifySynchronization(); // what a thread does before it blocks
+            NextEntered = Next.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+        }
+        std::future<void> Next;
+        bool NextEntered = false;
+    } blocking;
+    struct Signalling final : Async::ActionHandler
+    {
+        void Completed(const Common::Error&) override { Entered.set_value(); }
+        std::promise<void> Entered;
+    } next;
+    blocking.Next = next.Entered.get_future();
     Flag closing, blockingSlot, nextSlot;
     Gateway gateway(closing);
-    BlockingWaiter blocking;
-    SignallingWaiter next;
-    blocking.Next = next.Entered.get_future();
-    const auto blockingAction = gateway.GetShared(blockingSlot);
-    const auto nextAction = gateway.GetShared(nextSlot);
-    const auto blockingJob = blockingAction->Perform(blocking);
-    const auto nextJob = nextAction->Perform(next);
-
+    const auto blockingAction = gateway.GetShared(blockingSlot), nextAction = gateway.GetShared(nextSlot);
+    const auto blockingJob = blockingAction->Perform(blocking), nextJob = nextAction->Perform(next);
     closing->Release();
     EXPECT_TRUE(blocking.NextEntered);
-    EXPECT_NE(blockingSlot, nullptr);
-    EXPECT_NE(nextSlot, nullptr);
 }
-
-// Releases its passage inside its handler, so the next waiter is let in from inside the hand-over.
-struct ReleasingWaiter final : Async::ActionHandler
-{
-    void Completed(const Common::Error&) override
-    {
-        {
-            // Shared waiters may overlap if the chain moves to a service thread.
-            std::lock_guard<std::mutex> guard(*Lock);
-            Order->push_back(Index);
-        }
-        Slot->Release();
-        if (Last != nullptr)
-        {
-            Last->set_value();
-        }
-    }
-    Flag Slot;
-    std::mutex* Lock = nullptr;
-    std::vector<int>* Order = nullptr;
-    int Index = 0;
-    std::promise<void>* Last = nullptr;
-};
 
 TEST(GatewayTest, LongChainOfWaitersReleasingInsideTheirHandlersRunsOnAFlatStack)
 {
     constexpr int Count = 100'000;
+    struct Releasing final : Async::ActionHandler
+    {
+        void Completed(const Common::Error&) override
+        {
+            {
+                // Shared waiters may overlap if a metronome beat moves the chain to a service thread.
+                std::lock_guard<std::mutex> guard(*Lock);
+                Order->push_back(Index);
+            }
+            Slot->Release();
+            if (Index + 1 == Count)
+            {
+                Done->set_value();
+            }
+        }
+        Flag Slot;
+        int Index = 0;
+        std::mutex* Lock = nullptr;
+        std::vector<int>* Order = nullptr;
+        std::promise<void>* Done = nullptr;
+    };
     Testing::AssertCapture asserts;
     Flag closing;
     Gateway gateway(closing);
     std::mutex lock;
     std::vector<int> order;
-    order.reserve(Count);
     std::promise<void> done;
-    std::vector<ReleasingWaiter> waiters(Count);
+    std::vector<Releasing> waiters(Count);
     std::vector<std::unique_ptr<Async::Action>> actions;
     std::vector<std::shared_ptr<Async::Job>> jobs;
     for (int index = 0; index < Count; ++index)
     {
-        ReleasingWaiter& waiter = waiters[index];
-        waiter.Lock = &lock;
-        waiter.Order = &order;
-        waiter.Index = index;
-        waiter.Last = index + 1 == Count ? &done : nullptr;
-        // Alternate runs of shared and exclusive waiters.
-        actions.push_back(index % 3 == 0 ? gateway.GetExclusive(waiter.Slot)
-                                         : gateway.GetShared(waiter.Slot));
-        jobs.push_back(actions.back()->Perform(waiter));
+        waiters[index].Index = index, waiters[index].Lock = &lock;
+        waiters[index].Order = &order, waiters[index].Done = &done;
+        Flag& slot = waiters[index].Slot;
+        actions.push_back(index % 3 == 0 ? gateway.GetExclusive(slot) : gateway.GetShared(slot));
+        jobs.push_back(actions.back()->Perform(waiters[index]));
     }
-    Testing::RunOnSmallStack(
-        [&]
-        {
-            closing->Release();
-            done.get_future().wait(); // a metronome beat may move the chain to a service thread
-        });
-    // Everyone entered once, and an exclusive waiter came after all before it and before all after it.
+    Testing::RunOnSmallStack([&] { closing->Release(), done.get_future().wait(); });
+
+    // Everyone entered once, and an exclusive waiter after all before it and before all after it.
     ASSERT_EQ(order.size(), std::size_t(Count));
     std::vector<bool> seen(Count);
     for (int position = 0; position < Count; ++position)
     {
         ASSERT_FALSE(seen[order[position]]);
         seen[order[position]] = true;
-        if (order[position] % 3 == 0)
-        {
-            ASSERT_EQ(order[position], position);
-        }
+        ASSERT_TRUE(order[position] % 3 != 0 || order[position] == position);
     }
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
-// Waits on its own thread for the completion of one request at a time.
-struct ThreadWaiter final : Async::ActionHandler
-{
-    void Completed(const Common::Error& result) override
-    {
-        Result = result;
-        Done.store(1, std::memory_order_release);
-        Done.notify_one();
-    }
-    void Wait()
-    {
-        Done.wait(0, std::memory_order_acquire);
-        Done.store(0, std::memory_order_relaxed);
-    }
-    Common::Error Result;
-    std::atomic<int> Done{0};
-};
-
 TEST(GatewayTest, ReadersAndWritersOnManyThreadsNeverOverlapAWriter)
 {
-    constexpr int Threads = 4;
-    constexpr int Rounds = 3000;
+    constexpr int Threads = 4, Rounds = 3000;
     Testing::AssertCapture asserts;
     Gateway gateway;
-    std::atomic<int> readers{0}, writers{0}, overlaps{0}, entries{0}, cancels{0};
+    std::atomic<int> readers{0}, writers{0}, faults{0}, ends{0};
     const auto body = [&](int seed)
     {
-        ThreadWaiter waiter;
-        for (int round = 0; round < Rounds; ++round)
+        Testing::ThreadWaiter waiter;
+        for (int round = 0; round < Rounds; ++round, ++ends)
         {
             const bool exclusive = (round + seed) % 4 == 0;
             Flag slot;
@@ -331,29 +251,18 @@ TEST(GatewayTest, ReadersAndWritersOnManyThreadsNeverOverlapAWriter)
             const auto job = action->Perform(waiter);
             if (round % 7 == seed)
             {
-                job->Cancel(); // races the hand-over: either result is fine, a lost passage is not
+                job->Cancel(); // races the hand-over: either result will do, a lost passage won't
             }
-            waiter.Wait();
-            if (waiter.Result.GetCode() != 0)
+            if (waiter.Wait().GetCode() != 0)
             {
-                overlaps += slot != nullptr;
-                ++cancels;
+                faults += slot != nullptr;
                 continue;
             }
-            ++entries;
-            if (exclusive)
-            {
-                overlaps += writers.fetch_add(1) != 0 || readers.load() != 0;
-                std::this_thread::yield();
-                writers.fetch_sub(1);
-            }
-            else
-            {
-                readers.fetch_add(1);
-                overlaps += writers.load() != 0;
-                std::this_thread::yield();
-                readers.fetch_sub(1);
-            }
+            std::atomic<int>& mine = exclusive ? writers : readers;
+            mine.fetch_add(1);
+            faults += writers.load() > 1 || (writers.load() == 1 && readers.load() > 0);
+            std::this_thread::yield();
+            mine.fetch_sub(1);
             slot->Release();
         }
     };
@@ -366,10 +275,9 @@ TEST(GatewayTest, ReadersAndWritersOnManyThreadsNeverOverlapAWriter)
     {
         thread.join();
     }
-    EXPECT_EQ(overlaps.load(), 0);
-    EXPECT_EQ(entries.load() + cancels.load(), Threads * Rounds);
-    Passage after(gateway, true); // nothing was left held
-    EXPECT_TRUE(after.Entered());
+    EXPECT_EQ(faults.load(), 0);
+    EXPECT_EQ(ends.load(), Threads * Rounds);
+    EXPECT_TRUE(Passage(gateway, true).Entered()); // nothing was left held
     EXPECT_TRUE(asserts.Expressions().empty());
 }
 
