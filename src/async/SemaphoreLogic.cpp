@@ -2,6 +2,7 @@
 
 #include "async/Errors.h"
 #include "async/JobControl.h"
+#include "async/ThreadEnvironmentScope.h"
 #include "common/CatalogIds.h"
 #include "common/SafeAssert.h"
 #include "common/TextCatalog.h"
@@ -12,25 +13,6 @@
 
 namespace Async::Detail
 {
-namespace
-{
-
-// Puts a captured environment on the calling thread and gives the thread its own back at the end.
-class EnvironmentScope : Common::NonCopyable
-{
-public:
-    EnvironmentScope(const ThreadEnvironment& environment, const ThreadEnvironment::Snapshot& snapshot)
-        : Environment(environment), Previous(environment.Apply(snapshot))
-    {
-    }
-    ~EnvironmentScope() { Environment.Apply(Previous); }
-
-private:
-    const ThreadEnvironment& Environment;
-    const ThreadEnvironment::Snapshot Previous;
-};
-
-} // namespace
 
 // One Perform of a wrapped action. While it waits, its handler is up for grabs: Pump claims it to start
 // the job, Cancel to complete it as cancelled; exactly one of them gets it. A claimed job runs the action
@@ -65,7 +47,7 @@ public:
         }
         else
         {
-            EnvironmentScope scope(Logic->Environment, Environment);
+            ThreadEnvironmentScope scope(Logic->Environment, Environment);
             Control.Run(*action, *this, this);
         }
         StartThread.store(0, std::memory_order_relaxed);
