@@ -1,18 +1,17 @@
-// Sequences and cycles: how results and the two marks end a run, marks rising through nested sequences,
-// cancellation of the running action and between two, runs completing on other threads, a sequence
-// performed again and filled while it runs, and a million synchronous actions on a small stack.
+// Sequences and cycles: how results and the two marks end a run and rise through nested sequences,
+// cancellation, runs completing on other threads, runs outliving their sequence, and a million
+// synchronous actions on a small stack.
 #include "async/ActionSequence.h"
 
 #include "ManualAction.h"
 #include "async/ActionCycle.h"
 #include "async/Errors.h"
+#include "async/ImmediateResultAction.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <functional>
 #include <future>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -26,42 +25,28 @@ using Common::Error;
 
 constexpr std::uint32_t Failure = 0x00F95601;
 
-Error Fail(std::uint32_t code = Failure)
+Error Fail(const Error& subError = Error())
 {
-    return Error(COMMON_LOCATION("ActionSequenceTest"), code);
+    Error error(COMMON_LOCATION("ActionSequenceTest"), Failure);
+    error.SetSubError(subError);
+    return error;
 }
 
-// Completes inside Perform with what Script returns for its n-th run (from 1).
-class ScriptedAction final : public Async::Action
+// Completes inside Perform; from run FailAt on with Result.
+struct CountingAction final : Async::Action
 {
-public:
-    explicit ScriptedAction(std::function<Error(int)> script = nullptr) : Script(std::move(script)) {}
+    explicit CountingAction(int failAt = 0, Error result = Error()) : FailAt(failAt), Result(result) {}
     std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
     {
-        const int run = ++Runs;
-        handler.Completed(Script ? Script(run) : Error());
+        handler.Completed(++Runs >= FailAt && FailAt > 0 ? Result : Error());
         return nullptr;
     }
     int Runs = 0;
-
-private:
-    std::function<Error(int)> Script;
+    int FailAt;
+    Error Result;
 };
 
-// Ends with `result` from the n-th run on, succeeds before.
-std::shared_ptr<ScriptedAction> FailsAt(int run, Error result)
-{
-    return std::make_shared<ScriptedAction>([run, result](int n) { return n >= run ? result : Error(); });
-}
-
-Error WithSubError(Error outer, const Error& inner)
-{
-    outer.SetSubError(inner);
-    return outer;
-}
-
-template <typename Sequence>
-Error RunToEnd(Sequence& sequence)
+Error RunToEnd(Async::ActionSequence& sequence)
 {
     ResultRecorder recorder;
     sequence.Perform(recorder);
@@ -73,198 +58,133 @@ TEST(ActionSequenceTest, EmptySequenceAndCycleCompleteWithSuccessBeforePerformRe
 {
     Async::ActionSequence sequence;
     Async::ActionCycle cycle;
-    for (Async::ActionSequence* empty : {&sequence, static_cast<Async::ActionSequence*>(&cycle)})
-    {
-        ResultRecorder recorder;
-        EXPECT_EQ(empty->Perform(recorder), nullptr);
-        EXPECT_EQ(recorder.GetCalls(), 1);
-        EXPECT_EQ(recorder.Result, Common::Success);
-    }
+    EXPECT_EQ(RunToEnd(sequence), Common::Success);
+    EXPECT_EQ(RunToEnd(cycle), Common::Success);
 }
 
-TEST(ActionSequenceTest, RunsInOrderAndStopsAtFailureOrSequenceMark)
+TEST(ActionSequenceTest, FailureOrSequenceMarkEndsTheRunAndTheCycleMarkPassesAPlainSequence)
 {
-    struct Case
+    const struct
     {
-        const char* Name;
-        Error Middle;
+        std::shared_ptr<Async::Action> Middle;
         std::uint32_t Expected;
-        int LastRuns;
+        int LastRuns = 0;
+    } cases[] = {
+        {std::make_shared<CountingAction>(), 0, 1},
+        {Async::MakeImmediateResult(Fail()), Failure},
+        {nullptr, InvalidResult},
+        {Async::SequenceBreakAction(), 0},
+        {Async::MakeImmediateResult(Fail(Async::Errors::SequenceBreak())), 0},
+        {Async::CycleBreakAction(), CycleBreak},
     };
-    const Case cases[] = {
-        {"all succeed", Error(), 0, 1},
-        {"failure ends the run", Fail(), Failure, 0},
-        {"sequence mark leaves with success", Async::Errors::SequenceBreak(), 0, 0},
-        {"sequence mark found in the chain", WithSubError(Fail(), Async::Errors::SequenceBreak()), 0, 0},
-        {"cycle mark passes a plain sequence", Async::Errors::CycleBreak(), CycleBreak, 0},
-    };
-    for (const Case& test : cases)
+    for (const auto& test : cases)
     {
-        SCOPED_TRACE(test.Name);
-        std::vector<int> order;
-        auto first = std::make_shared<ScriptedAction>([&order](int) { return order.push_back(1), Error(); });
-        auto middle = std::make_shared<ScriptedAction>([&](int) { return order.push_back(2), test.Middle; });
-        auto last = std::make_shared<ScriptedAction>([&order](int) { return order.push_back(3), Error(); });
+        auto first = std::make_shared<CountingAction>(), last = std::make_shared<CountingAction>();
         Async::ActionSequence sequence;
         sequence.Execute(first);
-        sequence.Execute(middle);
+        sequence.Execute(test.Middle);
         sequence.Execute(last);
         EXPECT_EQ(RunToEnd(sequence).GetCode(), test.Expected);
+        EXPECT_EQ(first->Runs, 1);
         EXPECT_EQ(last->Runs, test.LastRuns);
-        EXPECT_EQ(order.size(), 2u + test.LastRuns);
-        EXPECT_EQ(order.front(), 1);
     }
 }
 
-TEST(ActionSequenceTest, CycleEndsWithSuccessOnItsMarkAndWithAnyOtherFailureAsItIs)
+TEST(ActionSequenceTest, CycleEndsOnItsMarkRisingThroughSequencesAndOnAnyOtherFailureAsItIs)
 {
-    Async::ActionCycle marked;
-    auto counted = std::make_shared<ScriptedAction>();
-    marked.Execute(counted);
-    marked.Execute(FailsAt(4, WithSubError(Fail(), Async::Errors::CycleBreak())));
-    EXPECT_EQ(RunToEnd(marked), Common::Success);
-    EXPECT_EQ(counted->Runs, 4);
-
-    Async::ActionCycle once;
-    once.Execute(counted);
-    once.Execute(Async::CycleBreakAction());
-    EXPECT_EQ(RunToEnd(once), Common::Success);
-    EXPECT_EQ(counted->Runs, 5);
-
-    Async::ActionCycle failing;
-    failing.Execute(FailsAt(3, Fail()));
-    EXPECT_EQ(RunToEnd(failing).GetCode(), Failure);
-}
-
-TEST(ActionSequenceTest, SequenceMarkEndsOnlyTheInnerSequenceAndCycleMarkRisesToTheCycle)
-{
-    // The cycle: an inner sequence left by its mark each round, then a plain sequence whose action
-    // yields the cycle mark in round 3.
-    auto inner = std::make_shared<Async::ActionSequence>();
-    auto before = std::make_shared<ScriptedAction>();
-    auto skipped = std::make_shared<ScriptedAction>();
-    inner->Execute(before);
+    // Each round leaves the inner sequence by its mark; in round 3 a plain sequence yields the cycle mark.
+    auto counted = std::make_shared<CountingAction>(), skipped = std::make_shared<CountingAction>();
+    auto inner = std::make_shared<Async::ActionSequence>(),
+         breaking = std::make_shared<Async::ActionSequence>();
+    inner->Execute(counted);
     inner->Execute(Async::SequenceBreakAction());
     inner->Execute(skipped);
-    auto breaking = std::make_shared<Async::ActionSequence>();
-    breaking->Execute(FailsAt(3, Async::Errors::CycleBreak()));
-
+    breaking->Execute(std::make_shared<CountingAction>(3, Fail(Async::Errors::CycleBreak())));
     Async::ActionCycle cycle;
     cycle.Execute(inner);
     cycle.Execute(breaking);
     EXPECT_EQ(RunToEnd(cycle), Common::Success);
-    EXPECT_EQ(before->Runs, 3);
+    EXPECT_EQ(counted->Runs, 3);
     EXPECT_EQ(skipped->Runs, 0);
-}
 
-TEST(ActionSequenceTest, NullActionFailsTheRunAtItsPlace)
-{
-    Async::ActionSequence sequence;
-    auto after = std::make_shared<ScriptedAction>();
-    sequence.Execute(nullptr);
-    sequence.Execute(after);
-    EXPECT_EQ(RunToEnd(sequence).GetCode(), InvalidResult);
-    EXPECT_EQ(after->Runs, 0);
+    Async::ActionCycle failing;
+    failing.Execute(std::make_shared<CountingAction>(3, Fail()));
+    EXPECT_EQ(RunToEnd(failing).GetCode(), Failure);
 }
 
 TEST(ActionSequenceTest, CancelStopsTheRunningActionOrTheNextOne)
 {
     for (const bool ignoreCancel : {false, true})
     {
-        SCOPED_TRACE(ignoreCancel ? "cancel ignored: the next action is cancelled" : "running action");
-        auto running = std::make_shared<ManualAction>();
-        auto next = std::make_shared<ManualAction>();
+        auto running = std::make_shared<ManualAction>(), next = std::make_shared<ManualAction>();
         running->IgnoreCancel = ignoreCancel;
         Async::ActionSequence sequence;
         sequence.Execute(running);
         sequence.Execute(next);
         ResultRecorder recorder;
-        const std::shared_ptr<Async::Job> job = sequence.Perform(recorder);
-        ASSERT_NE(job, nullptr);
-        job->Cancel();
+        sequence.Perform(recorder)->Cancel();
         EXPECT_EQ(running->Cancels.load(), 1);
-        if (ignoreCancel)
-        {
-            EXPECT_EQ(recorder.GetCalls(), 0);
-            running->Complete(Error());
-        }
+        // An action that ignores the cancel succeeds; then the next one is cancelled before it performs.
+        running->Complete(Error());
         EXPECT_EQ(recorder.GetCalls(), 1);
         EXPECT_EQ(recorder.Result.GetCode(), Canceled);
         EXPECT_EQ(next->Performs.load(), 0);
     }
 }
 
-TEST(ActionSequenceTest, RunOutlivesSequenceAndJobAndPicksUpActionsAddedMeanwhile)
+TEST(ActionSequenceTest, RunOutlivesItsSequenceAndJobAndTakesActionsAddedMeanwhile)
 {
     auto pending = std::make_shared<ManualAction>();
-    auto added = std::make_shared<ScriptedAction>();
-    ResultRecorder recorder;
+    auto added = std::make_shared<CountingAction>();
+    ResultRecorder first, second;
     {
-        auto sequence = std::make_unique<Async::ActionSequence>();
-        sequence->Execute(pending);
-        sequence->Perform(recorder); // job dropped at once
-        sequence->Execute(added);
+        Async::ActionSequence sequence;
+        sequence.Execute(added);
+        sequence.Perform(first); // performed again below
+        sequence.Execute(pending);
+        sequence.Perform(second);
+        sequence.Execute(added);
     }
     EXPECT_TRUE(pending->Complete(Error()));
-    EXPECT_EQ(recorder.GetCalls(), 1);
-    EXPECT_EQ(recorder.Result, Common::Success);
-    EXPECT_EQ(added->Runs, 1);
+    EXPECT_EQ(first.GetCalls() + second.GetCalls(), 2);
+    EXPECT_EQ(second.Result, Common::Success);
+    EXPECT_EQ(added->Runs, 3);
 }
-
-TEST(ActionSequenceTest, PerformedAgainRunsFromTheStartEachTime)
-{
-    Async::ActionSequence sequence;
-    auto action = std::make_shared<ScriptedAction>();
-    sequence.Execute(action);
-    sequence.Execute(action);
-    EXPECT_EQ(RunToEnd(sequence), Common::Success);
-    EXPECT_EQ(RunToEnd(sequence), Common::Success);
-    EXPECT_EQ(action->Runs, 4);
-}
-
-// Completes each run on a thread of its own, recording the order of the runs.
-class ThreadedAction final : public Async::Action
-{
-public:
-    ThreadedAction(int index, std::mutex& lock, std::vector<int>& order, std::vector<std::thread>& threads)
-        : Index(index), Lock(lock), Order(order), Threads(threads)
-    {
-    }
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-    {
-        std::lock_guard<std::mutex> guard(Lock);
-        Order.push_back(Index);
-        Threads.emplace_back([&handler] { handler.Completed(Error()); });
-        return nullptr;
-    }
-
-private:
-    int Index;
-    std::mutex& Lock;
-    std::vector<int>& Order;
-    std::vector<std::thread>& Threads;
-};
 
 TEST(ActionSequenceTest, ActionsCompletingOnOtherThreadsRunOneAfterAnotherInOrder)
 {
-    constexpr int Count = 200;
-    std::mutex lock;
+    // Each action records its index and completes on a thread of its own.
+    struct ThreadedAction final : Async::Action
+    {
+        ThreadedAction(int index, std::vector<int>& order, std::vector<std::thread>& threads)
+            : Index(index), Order(order), Threads(threads)
+        {
+        }
+        std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
+        {
+            Order.push_back(Index); // the sequence orders the performs
+            Threads.emplace_back([&handler] { handler.Completed(Error()); });
+            return nullptr;
+        }
+        int Index;
+        std::vector<int>& Order;
+        std::vector<std::thread>& Threads;
+    };
     std::vector<int> order, expected;
     std::vector<std::thread> threads;
     Async::ActionSequence sequence;
-    for (int index = 0; index < Count; ++index)
+    for (int index = 0; index < 200; ++index)
     {
-        sequence.Execute(std::make_shared<ThreadedAction>(index, lock, order, threads));
+        sequence.Execute(std::make_shared<ThreadedAction>(index, order, threads));
         expected.push_back(index);
     }
-    struct Waiter final : Async::ActionHandler
+    struct : Async::ActionHandler
     {
         void Completed(const Error& result) override { Done.set_value(result); }
         std::promise<Error> Done;
     } waiter;
     sequence.Perform(waiter);
     EXPECT_EQ(waiter.Done.get_future().get(), Common::Success);
-    std::lock_guard<std::mutex> guard(lock);
     for (std::thread& thread : threads)
     {
         thread.join();
@@ -274,29 +194,21 @@ TEST(ActionSequenceTest, ActionsCompletingOnOtherThreadsRunOneAfterAnotherInOrde
 
 TEST(ActionSequenceTest, MillionSynchronousActionsRunOnASmallStack)
 {
-    constexpr int Count = 1'000'000;
-    struct Run
+    struct Run : Async::ActionHandler
     {
-        std::shared_ptr<ScriptedAction> Action = std::make_shared<ScriptedAction>();
+        void Completed(const Error& result) override { Done.set_value(result); }
+        std::shared_ptr<CountingAction> Counted = std::make_shared<CountingAction>();
         Async::ActionSequence Sequence;
         std::promise<Error> Done;
     } run;
-    for (int index = 0; index < Count; ++index)
+    for (int index = 0; index < 1'000'000; ++index)
     {
-        run.Sequence.Execute(run.Action);
+        run.Sequence.Execute(run.Counted);
     }
     const auto body = [](void* argument) -> void*
     {
         auto& run = *static_cast<Run*>(argument);
-        struct Waiter final : Async::ActionHandler
-        {
-            explicit Waiter(std::promise<Error>& done) : Done(done) {}
-            void Completed(const Error& result) override { Done.set_value(result); }
-            std::promise<Error>& Done;
-        } waiter(run.Done);
-        run.Sequence.Perform(waiter);
-        // A metronome beat may move the run to a service thread.
-        run.Done.get_future().wait();
+        run.Sequence.Perform(run);
         return nullptr;
     };
     pthread_attr_t attributes;
@@ -304,9 +216,11 @@ TEST(ActionSequenceTest, MillionSynchronousActionsRunOnASmallStack)
     pthread_attr_setstacksize(&attributes, 256 * 1024);
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, &attributes, body, &run), 0);
+    // A metronome beat may move the run to a service thread.
+    EXPECT_EQ(run.Done.get_future().get(), Common::Success);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
-    EXPECT_EQ(run.Action->Runs, Count);
+    EXPECT_EQ(run.Counted->Runs, 1'000'000);
 }
 
 } // namespace
