@@ -196,6 +196,7 @@ void NewsRead::Post(const Common::Error& result, bool ownsTurn)
     Async::GetAsyncService(&service);
     if (service == nullptr)
     {
+        // No service at all (the host has none): the read can only run here.
         Run();
         Completed(Common::Success);
         return;
