@@ -95,9 +95,14 @@ void AutoSubscription::Start()
             {
                 return;
             }
-            // The last job is still ending (its completion handler may be what called this).
-            guard.unlock();
-            Ended.Wait();
+        }
+        // The last job's completion may still be on its way to setting the event: wait for it, so that its
+        // Set cannot land on the new job's event.
+        guard.unlock();
+        Ended.Wait();
+        guard.lock();
+        if (Running)
+        {
             continue;
         }
         // A Stop whose cancel came after the last job had ended leaves that cancel in the control, where
@@ -130,15 +135,18 @@ void AutoSubscription::Start()
 
 void AutoSubscription::Stop()
 {
+    bool running = false;
     {
         std::lock_guard<std::mutex> guard(Lock);
         Started = false;
-        if (!Running)
-        {
-            return;
-        }
+        running = Running;
     }
-    Control.Cancel();
+    if (running)
+    {
+        Control.Cancel();
+    }
+    // Set while no job runs; else by the last step of the job's completion, after which nothing of this
+    // object is touched.
     Ended.Wait();
 }
 
@@ -173,11 +181,12 @@ void AutoSubscription::Completed(const Common::Error& result)
     const AutoSubscription* outer = std::exchange(CompletingFeed, this);
     Finish(result);
     CompletingFeed = outer;
-    // Under the lock, so that a Stop which finds no job running cannot return (and let this object go)
-    // before the event was set.
-    std::lock_guard<std::mutex> guard(Lock);
-    Running = false;
-    Ending = false;
+    {
+        std::lock_guard<std::mutex> guard(Lock);
+        Running = false;
+        Ending = false;
+    }
+    // The last touch: a waiting Stop may return, and the owner destroy this object, once it is set.
     Ended.Set();
 }
 

@@ -80,7 +80,7 @@ private:
     bool Started = false; // guarded by Lock
     bool Running = false; // a job runs; guarded by Lock
     bool Ending = false;  // its end is being handled; guarded by Lock
-    Common::Event Ended{true, true};
+    Common::Event Ended{true, true}; // set while no job runs
 };
 
 // Readers by reference must outlive the feed; shared ones are kept by it. A null report reader, or the
