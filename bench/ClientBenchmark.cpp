@@ -4,7 +4,10 @@
 // in size only and their ratio shows that a key read does not grow with the store. The "Uniform" forms
 // pick from every key of the store instead: what a read costs when its object is not in the cache.
 #include "common/Guid.h"
+#include "dml/AutoSubscription.h"
 #include "dml/KeyPattern.h"
+#include "dml/SubscriptionReader.h"
+#include "por/Diff.h"
 #include "dml/ServiceHolder.h"
 #include "dml/SynchronousDataStore.h"
 #include "por/PorUnit.h"
@@ -13,7 +16,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <memory>
 #include <random>
 #include <unordered_map>
@@ -136,6 +142,67 @@ void UnorderedMapLookup(benchmark::State& state, bool uniform)
 }
 BENCHMARK_CAPTURE(UnorderedMapLookup, Hot, false)->Arg(100000);
 BENCHMARK_CAPTURE(UnorderedMapLookup, Uniform, true)->Arg(100000);
+
+// Counts the updates a feed delivers.
+struct UpdateCounter final : Dml::SubscriptionReader
+{
+    using Dml::SubscriptionReader::OnCreated;
+    using Dml::SubscriptionReader::OnDeleted;
+    using Dml::SubscriptionReader::OnUpdated;
+    void OnCreated(const Por::View::Unit&) override {}
+    void OnUpdated(const Por::View::Unit&, const Por::View::Unit&) override
+    {
+        Updates.fetch_add(1, std::memory_order_release);
+    }
+    void OnDeleted(const Por::View::Unit&) override {}
+    std::atomic<std::uint64_t> Updates{0};
+};
+
+// Updates per second from the store write to the reader's OnUpdated through an auto subscription: one
+// writer thread changes 100 objects in turn while the feed reads news on the service's threads. The
+// figure counts until the reader has seen every write.
+void UpdatesThroughAutoSubscription(benchmark::State& state)
+{
+    const bool withFeed = state.range(0) != 0;
+    Host::Store::MemoryStore store;
+    constexpr std::uint32_t objects = 100;
+    std::vector<Por::UnitPtr> patches;
+    std::vector<Por::ConstUnitPtr> keys;
+    for (std::uint32_t number = 0; number < objects; ++number)
+    {
+        Handler handler;
+        store.Register(MakeObject(number).Get(), handler);
+        keys.push_back(MakeObject(number)["ID"].Result());
+    }
+    for (std::uint32_t value = 0; value < 2; ++value)
+    {
+        Por::Unit before = MakeObject(0);
+        Por::Unit after = MakeObject(0);
+        after["State"] = 100u + value;
+        patches.push_back(Por::Util::Diff(before.Get(), after.Get(), Por::GetUnitFactory()));
+    }
+    Por::Unit pattern = Por::Unit::Composite();
+    pattern.AddTrait("Is", Por::Unit(u"Bench::Item").Get());
+    UpdateCounter reader;
+    const auto feed = withFeed ? Dml::StartAutoSubscription(CORE_ENTRY_POINT(), store, {pattern.Result(), nullptr}, reader) : nullptr;
+    std::uint64_t written = 0;
+    for (auto _ : state)
+    {
+        Handler handler;
+        store.Update(*keys[written % objects], *patches[(written / objects) % 2], handler);
+        ++written;
+    }
+    while (withFeed && reader.Updates.load(std::memory_order_acquire) < written)
+    {
+        std::this_thread::yield();
+    }
+    if (feed != nullptr)
+    {
+        feed->Stop();
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(written));
+}
+BENCHMARK(UpdatesThroughAutoSubscription)->Arg(1)->Arg(0)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
