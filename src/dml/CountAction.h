@@ -1,4 +1,4 @@
-// Counting through the store: a report of the spec with a "Counter" section (added unless present) read
+// Counting through the store: a report of the view with a "Counter" section (added unless present) read
 // by a CounterReader. The count is written when the run completes successfully.
 #pragma once
 
@@ -16,7 +16,7 @@ class PostOffice;
 
 namespace Detail
 {
-// The spec with counting options: its options cloned (or a new composite) with the counter section.
+// The view with counting options: its options cloned (or a new composite) with the counter section.
 ViewSpec MakeCountingSpec(const ViewSpec& spec, const Por::Construction::UnitFactory& factory);
 } // namespace Detail
 

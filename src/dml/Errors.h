@@ -58,7 +58,7 @@ Common::Error MakeUpdateInvalidPatch(const Common::ErrorLocation& location, cons
 Common::Error MakeObjectAlreadyExists(const Common::ErrorLocation& location, const Por::View::Unit* object);
 // 0x00FC0023 "DML: In sorting spec within array '{0}', composite items are expected."
 Common::Error MakeBadSortingSpec(const Common::ErrorLocation& location, Common::WideStringView path);
-// 0x00FC0026 "DML: Logic Error: More than one match found." with the spec's pattern and options on
+// 0x00FC0026 "DML: Logic Error: More than one match found." with the view's pattern and options on
 // lines of their own.
 Common::Error MakeMoreThanOneMatch(const Common::ErrorLocation& location, const ViewSpec& spec);
 // 0x00FC0031 "DML: Unproper use. Missing {0}." naming the service.

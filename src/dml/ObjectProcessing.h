@@ -1,4 +1,4 @@
-// Object processing: look objects up by spec or key and hand each found one to a processor, or tell it
+// Object processing: look objects up by a view or a key and hand each found one to a processor, or tell it
 // that nothing was found. The lookup is a report whose objects are processed one at a time in report
 // order; a failed report ends the run with its failure and no branch runs. The job keeps the processor
 // alive until the run has completed.

@@ -13,7 +13,7 @@ namespace Dml::Actions
 class UnregisterBySpec : public Detail::ReadWriteAction
 {
 public:
-    // Pages in the spec's time-stamp order (ascending unless its options say otherwise), up to its limit.
+    // Pages in the view's time-stamp order (ascending unless its options say otherwise), up to its limit.
     UnregisterBySpec(Core::EntryPoint entryPoint, ViewSpec spec, PostOffice& postOffice,
                      ObjectRegistry& registry, const Por::Construction::UnitFactory& factory);
     std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override;

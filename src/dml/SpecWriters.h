@@ -1,5 +1,5 @@
-// Dml::Query writers on a ViewSpec, copy-on-write: each returns a copy of the spec whose options are a
-// clone (or a new composite when the spec has none) with one key written; the given spec and the units
+// Dml::Query writers on a ViewSpec, copy-on-write: each returns a copy of the view whose options are a
+// clone (or a new composite when the view has none) with one key written; the given view and the units
 // it shares stay as they were. Options of another kind than composite throw the type mismatch
 // (0x00FA000A) with composite expected.
 #pragma once
