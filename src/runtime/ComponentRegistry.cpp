@@ -29,6 +29,8 @@ constexpr ComponentName ComponentNames[] = {
     {UnitFactoryProviderId, "Por::UnitFactoryProvider"},
     {MessageProcessorId, "Tol::MesssageProcessor"},
     {MessagingSystemId, "Messaging::MessagingSystem"},
+    {ProfileVaultId, "AccessManagement::ProfileVault"},
+    {ProfileViewId, "AccessManagement::ProfileView"},
     {SessionManagerId, "Core::Sessions::SessionManager"},
 };
 

@@ -26,6 +26,9 @@ inline constexpr ComponentId MessageProcessorId = 304;
 inline constexpr ComponentId ExecutionSubsystemId = 308;
 inline constexpr ComponentId MessagingSystemId = 319;
 inline constexpr ComponentId FeatureRegistryId = 320;
+// The access layer's host services: the vault of secrets and the reader of profile data.
+inline constexpr ComponentId ProfileVaultId = 336;
+inline constexpr ComponentId ProfileViewId = 337;
 inline constexpr ComponentId SessionManagerId = 344;
 
 class ComponentRegistry : Common::NonCopyable

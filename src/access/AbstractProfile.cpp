@@ -1,0 +1,8 @@
+#include "access/AbstractProfile.h"
+
+namespace AccessManagement::Facade
+{
+
+AbstractProfile::~AbstractProfile() = default;
+
+} // namespace AccessManagement::Facade
