@@ -1,0 +1,200 @@
+// The module's entry as a host sees it: the built shared object is loaded with dlopen, LoadAddons hands
+// five add-ons in a fixed order, each answers its cast table only for the inspector factory, the
+// factory's errors and Configure reach across the module boundary. The controller's reuse is watched
+// through the same objects linked into this test.
+#include "alerts/LoadAddons.h"
+
+#include "AddonTesting.h"
+#include "addons/AddonLoaderProvider.h"
+#include "addons/AddonLoaderProviderClient.h"
+#include "addons/AddonLoadingTrigger.h"
+#include "alerts/ModuleController.h"
+#include "alerts/contract/Inspector.h"
+#include "alerts/contract/InspectorFactory.h"
+#include "common/DynamicCaster.h"
+#include "common/ThrownError.h"
+#include "components/Components.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using AddonTesting::ExpectedNames;
+using AddonTesting::RecordingSink;
+
+Core::LoadAddonsFunction LoadFromSharedObject()
+{
+    // Kept loaded for the whole process: the add-ons' code lives in it.
+    static void* const module = dlopen(VELTRIX_ADDON_PATH, RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr)
+    {
+        ADD_FAILURE() << "dlopen: " << dlerror();
+        return nullptr;
+    }
+    return reinterpret_cast<Core::LoadAddonsFunction>(dlsym(module, "LoadAddons"));
+}
+
+class LoadAddonsTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Load = LoadFromSharedObject();
+        ASSERT_NE(Load, nullptr);
+        // The module's own entry, not the copy linked into this test.
+        ASSERT_NE(Load, &::LoadAddons);
+    }
+
+    Core::LoadAddonsFunction Load = nullptr;
+};
+
+TEST_F(LoadAddonsTest, HandsFiveNewAddonsInFixedOrderOnEveryCall)
+{
+    RecordingSink first;
+    Load(&first);
+    RecordingSink second;
+    Load(&second);
+
+    std::set<const Core::Addon*> distinct;
+    for (const RecordingSink* sink : {&first, &second})
+    {
+        EXPECT_EQ(sink->Names(), ExpectedNames);
+        for (const auto& addon : sink->Addons)
+        {
+            EXPECT_EQ(addon->GetVersion(), 1u);
+            distinct.insert(addon.get());
+        }
+    }
+    EXPECT_EQ(distinct.size(), 10u);
+}
+
+TEST_F(LoadAddonsTest, NullSinkGetsNothing)
+{
+    Load(nullptr);
+    RecordingSink sink;
+    Load(&sink);
+    EXPECT_EQ(sink.Addons.size(), 5u);
+}
+
+TEST_F(LoadAddonsTest, CastTableAnswersOnlyForTheFactoryTypeName)
+{
+    RecordingSink sink;
+    Load(&sink);
+    const char* const others[] = {
+        nullptr,
+        "",
+        "Alerts::InspectorFactory",
+        typeid(Alerts::InspectorFactory).name(),
+        Common::InterfaceTypeName<Core::Addon>(),
+        Common::InterfaceTypeName<Alerts::Inspector>(),
+        Common::InterfaceTypeName<Common::DynamicCaster>(),
+    };
+    for (const auto& addon : sink.Addons)
+    {
+        SCOPED_TRACE(addon->GetName());
+        void* const factory = addon->Cast(Common::InterfaceTypeName<Alerts::InspectorFactory>());
+        ASSERT_NE(factory, nullptr);
+        // The table's entry is the factory itself, the same that a dynamic cast finds from this side.
+        EXPECT_EQ(static_cast<Alerts::InspectorFactory*>(factory),
+                  dynamic_cast<Alerts::InspectorFactory*>(addon.get()));
+        for (const char* name : others)
+        {
+            EXPECT_EQ(addon->Cast(name), nullptr) << (name != nullptr ? name : "(null)");
+        }
+    }
+}
+
+TEST_F(LoadAddonsTest, EveryFactoryThrowsThatItsInspectorIsNotPartOfThisBuild)
+{
+    const char* const inspectors[] = {
+        "Alerts::ActivityFailingInspector",       "Alerts::ActivityNotRespondingInspector",
+        "Alerts::BackupDidNotStartInspector",     "Alerts::EncryptionPasswordMissingInspector",
+        "Alerts::IncompleteMachineInfoInspector",
+    };
+    Host::Components components;
+    Runtime::ServiceHolder holder = components.MakeServiceHolder();
+    RecordingSink sink;
+    Load(&sink);
+    ASSERT_EQ(sink.Addons.size(), std::size(inspectors));
+    for (std::size_t index = 0; index < sink.Addons.size(); ++index)
+    {
+        auto& factory = *Common::DynamicCast<Alerts::InspectorFactory>(*sink.Addons[index]);
+        const Common::Error error = Testing::ThrownError([&] { factory.CreateInspector(holder); });
+        EXPECT_EQ(error.GetCode(), 0x011A0100u);
+        const std::string inspector = inspectors[index];
+        EXPECT_EQ(error.GetMessage(), u"The inspector '" +
+                                          Common::WideString(inspector.begin(), inspector.end()) +
+                                          u"' is not part of this build.");
+    }
+}
+
+TEST_F(LoadAddonsTest, ConfigureOfALoadedAddonSetsTheProcessGlobals)
+{
+    Core::Detail::ResetAddonGlobalsForTesting();
+    Core::AddonLoaderProvider provider;
+    RecordingSink sink;
+    Load(&sink);
+    for (const auto& addon : sink.Addons)
+    {
+        addon->Configure({&provider, 3});
+    }
+    EXPECT_EQ(&Core::AddonLoaderProviderClient::GetGlobalInstance(), &provider);
+    EXPECT_EQ(Core::AddonLoaderProviderClient::GetGlobalTraceLevel(), 3u);
+    Core::Detail::ResetAddonGlobalsForTesting();
+}
+
+// Appends its mark to a shared record, with the sink and what the sink held when it ran. Triggers stay
+// with the module's controller for the rest of the process, so they own what they write to.
+class RecordingTrigger final : public Core::AddonLoadingTrigger
+{
+public:
+    using Record = std::vector<std::pair<std::string, const Core::AddonSink*>>;
+
+    RecordingTrigger(std::string mark, std::shared_ptr<Record> record)
+        : Mark(std::move(mark)), Entries(std::move(record))
+    {
+    }
+    void OnLoading(Core::AddonSink& sink) override
+    {
+        Entries->emplace_back(Mark, &sink);
+        const auto* recording = dynamic_cast<const RecordingSink*>(&sink);
+        AddonsBefore.push_back(recording != nullptr ? recording->Addons.size() : 0);
+    }
+
+    const std::string Mark;
+    const std::shared_ptr<Record> Entries;
+    std::vector<std::size_t> AddonsBefore;
+};
+
+TEST(ModuleControllerTest, EveryLoadRunsTheTriggersInOrderBeforeTheAddonsOnTheSameController)
+{
+    Core::ModuleAddonController& controller = Alerts::GetModuleController();
+    const auto record = std::make_shared<RecordingTrigger::Record>();
+    const auto first = std::make_shared<RecordingTrigger>("first", record);
+    controller.AddTrigger(first);
+    controller.AddTrigger(nullptr); // keeps its place and is skipped
+    controller.AddTrigger(std::make_shared<RecordingTrigger>("second", record));
+
+    RecordingSink one;
+    ::LoadAddons(&one);
+    RecordingSink two;
+    ::LoadAddons(&two);
+
+    EXPECT_EQ(&Alerts::GetModuleController(), &controller);
+    const RecordingTrigger::Record expected = {
+        {"first", &one}, {"second", &one}, {"first", &two}, {"second", &two}};
+    EXPECT_EQ(*record, expected);
+    EXPECT_EQ(first->AddonsBefore, (std::vector<std::size_t>{0, 0}));
+    EXPECT_EQ(two.Names(), ExpectedNames);
+}
+
+} // namespace
