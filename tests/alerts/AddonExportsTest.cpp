@@ -73,8 +73,9 @@ std::vector<std::string> DefinedDynamicSymbols(const std::vector<char>& image)
     return names;
 }
 
-// Whether a mangled name is an entity of namespace std (or of the library's __gnu_cxx), or of the
-// special objects of one: type information, its name, a vtable, a guard, a local static.
+// Whether a mangled name is an entity of namespace std (or of the library's __gnu_cxx), or a special
+// object of one (type information, its name, a vtable, a guard, a local static), or the type information
+// of a function type, which the sanitizers' function checks emit.
 bool IsStandardLibrarySymbol(const std::string& name)
 {
     if (name.rfind("_Z", 0) != 0)
@@ -89,6 +90,11 @@ bool IsStandardLibrarySymbol(const std::string& name)
             at += 2;
             break;
         }
+    }
+    const bool typeInformation = name.compare(2, 2, "TI") == 0 || name.compare(2, 2, "TS") == 0;
+    if (typeInformation && name.compare(at, 1, "F") == 0)
+    {
+        return true;
     }
     at += name.compare(at, 1, "Z") == 0 ? 1 : 0; // a local entity of a function
     at += name.compare(at, 1, "N") == 0 ? 1 : 0; // a nested name
@@ -107,9 +113,12 @@ TEST(AddonExportsTest, StandardLibraryNamesAreToldApartFromTheModulesOwn)
     EXPECT_TRUE(IsStandardLibrarySymbol("_ZZNSt19_Sp_make_shared_tag5_S_tiEvE5__tag"));
     EXPECT_TRUE(IsStandardLibrarySymbol("_ZNKSt6vectorIiSaIiEE4sizeEv"));
     EXPECT_TRUE(IsStandardLibrarySymbol("_ZN9__gnu_cxx13new_allocatorIcE8allocateEm"));
+    EXPECT_TRUE(IsStandardLibrarySymbol("_ZTSFvPcjmE"));
     EXPECT_FALSE(IsStandardLibrarySymbol("LoadAddons"));
     EXPECT_FALSE(IsStandardLibrarySymbol("_ZN6Alerts19GetModuleControllerEv"));
     EXPECT_FALSE(IsStandardLibrarySymbol("_ZTIN6Alerts29ActivityFailingInspectorAddonE"));
+    EXPECT_FALSE(IsStandardLibrarySymbol(
+        "_ZN6Alerts6Detail30CreateActivityFailingInspectorERN7Runtime13ServiceHolderE"));
     EXPECT_FALSE(IsStandardLibrarySymbol(
         "_ZNK4Core13AddOnImplBaseIN6Alerts16InspectorFactoryENS_6Detail9EmptyBaseEE7GetNameB5cxx11Ev"));
 }

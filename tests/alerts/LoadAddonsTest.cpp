@@ -8,9 +8,11 @@
 #include "addons/AddonLoaderProvider.h"
 #include "addons/AddonLoaderProviderClient.h"
 #include "addons/AddonLoadingTrigger.h"
+#include "alerts/InspectorAlertTypes.h"
 #include "alerts/ModuleController.h"
 #include "alerts/contract/Inspector.h"
 #include "alerts/contract/InspectorFactory.h"
+#include "alerts/inspectors/InspectorFactories.h"
 #include "common/DynamicCaster.h"
 #include "common/ThrownError.h"
 #include "components/Components.h"
@@ -113,27 +115,76 @@ TEST_F(LoadAddonsTest, CastTableAnswersOnlyForTheFactoryTypeName)
     }
 }
 
-TEST_F(LoadAddonsTest, EveryFactoryThrowsThatItsInspectorIsNotPartOfThisBuild)
+// The inspector of each add-on, in order, with its alert types.
+struct InspectorCase
 {
-    const char* const inspectors[] = {
-        "Alerts::ActivityFailingInspector",       "Alerts::ActivityNotRespondingInspector",
-        "Alerts::BackupDidNotStartInspector",     "Alerts::EncryptionPasswordMissingInspector",
-        "Alerts::IncompleteMachineInfoInspector",
-    };
-    Host::Components components;
-    Runtime::ServiceHolder holder = components.MakeServiceHolder();
-    RecordingSink sink;
-    Load(&sink);
-    ASSERT_EQ(sink.Addons.size(), std::size(inspectors));
-    for (std::size_t index = 0; index < sink.Addons.size(); ++index)
+    const char* Inspector;
+    std::vector<std::string> (*AlertTypes)();
+    bool MachineIdInConstructor;
+};
+const InspectorCase Inspectors[] = {
+    {"Alerts::ActivityFailingInspector", Alerts::Detail::GetActivityFailingAlertTypes, true},
+    {"Alerts::ActivityNotRespondingInspector", Alerts::Detail::GetActivityNotRespondingAlertTypes, true},
+    {"Alerts::BackupDidNotStartInspector", Alerts::Detail::GetBackupDidNotStartAlertTypes, true},
+    {"Alerts::EncryptionPasswordMissingInspector", Alerts::Detail::GetEncryptionPasswordMissingAlertTypes,
+     false},
+    {"Alerts::IncompleteMachineInfoInspector", Alerts::Detail::GetIncompleteMachineInfoAlertTypes, false},
+};
+
+Common::WideString Widen(const std::string& text)
+{
+    return Common::WideString(text.begin(), text.end());
+}
+
+TEST(InspectorNotInBuildTest, NamesTheInspector)
+{
+    const Common::Error error =
+        Alerts::Detail::MakeInspectorNotInBuildError(COMMON_LOCATION("Test"), "Alerts::SomeInspector");
+    EXPECT_EQ(error.GetCode(), 0x011A0100u);
+    EXPECT_EQ(error.GetMessage(), u"The inspector 'Alerts::SomeInspector' is not part of this build.");
+}
+
+// An inspector not yet in this build says so; one that is comes with its add-on's alert types. A
+// failing machine manager stops the first three in CreateInspector and lets the last two be made, to
+// fail in Initialize.
+TEST_F(LoadAddonsTest, EachFactoryMakesItsInspectorOrSaysItIsNotPartOfThisBuild)
+{
+    const Common::Error machineFailure(COMMON_LOCATION("Test"), 0x00AB0042, u"no machine record");
+    for (const bool machineFails : {false, true})
     {
-        auto& factory = *Common::DynamicCast<Alerts::InspectorFactory>(*sink.Addons[index]);
-        const Common::Error error = Testing::ThrownError([&] { factory.CreateInspector(holder); });
-        EXPECT_EQ(error.GetCode(), 0x011A0100u);
-        const std::string inspector = inspectors[index];
-        EXPECT_EQ(error.GetMessage(), u"The inspector '" +
-                                          Common::WideString(inspector.begin(), inspector.end()) +
-                                          u"' is not part of this build.");
+        Host::Components components;
+        if (machineFails)
+        {
+            components.GetMachineManager().SetFailure(machineFailure);
+        }
+        Runtime::ServiceHolder holder = components.MakeServiceHolder();
+        RecordingSink sink;
+        Load(&sink);
+        ASSERT_EQ(sink.Addons.size(), std::size(Inspectors));
+        for (std::size_t index = 0; index < sink.Addons.size(); ++index)
+        {
+            const InspectorCase& expected = Inspectors[index];
+            SCOPED_TRACE(std::string(expected.Inspector) + (machineFails ? ", machine fails" : ""));
+            auto& factory = *Common::DynamicCast<Alerts::InspectorFactory>(*sink.Addons[index]);
+            try
+            {
+                const std::unique_ptr<Alerts::Inspector> inspector = factory.CreateInspector(holder);
+                ASSERT_NE(inspector, nullptr);
+                EXPECT_FALSE(machineFails && expected.MachineIdInConstructor);
+                EXPECT_EQ(inspector->GetAlertTypes(), expected.AlertTypes());
+            }
+            catch (const Common::Error& error)
+            {
+                if (error.GetCode() == Alerts::ErrorCodes::InspectorNotInBuild)
+                {
+                    EXPECT_EQ(error.GetMessage(), u"The inspector '" + Widen(expected.Inspector) +
+                                                      u"' is not part of this build.");
+                    continue;
+                }
+                EXPECT_TRUE(machineFails && expected.MachineIdInConstructor);
+                EXPECT_EQ(error.GetCode(), machineFailure.GetCode());
+            }
+        }
     }
 }
 
