@@ -1,14 +1,12 @@
-#include "alerts/contract/Inspector.h"
+#include "alerts/inspectors/ActivityFailingInspector.h"
 #include "alerts/inspectors/InspectorFactories.h"
 
 namespace Alerts::Detail
 {
 
-// Alerts::ActivityFailingInspector is not in this build yet; its add-on still loads and says so when asked.
-std::unique_ptr<Inspector> CreateActivityFailingInspector(Runtime::ServiceHolder&)
+std::unique_ptr<Inspector> CreateActivityFailingInspector(Runtime::ServiceHolder& holder)
 {
-    throw MakeInspectorNotInBuildError(COMMON_LOCATION("Alerts::Detail::CreateActivityFailingInspector"),
-                                       "Alerts::ActivityFailingInspector");
+    return std::make_unique<ActivityFailingInspector>(holder);
 }
 
 } // namespace Alerts::Detail

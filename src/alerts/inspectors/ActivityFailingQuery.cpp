@@ -2,6 +2,7 @@
 
 #include "dml/QueryOptionNames.h"
 #include "dml/QueryWriters.h"
+#include "por/Constraints.h"
 
 #include <string_view>
 
@@ -40,7 +41,7 @@ constexpr std::string_view MaskPaths[] = {
 Por::Unit MakeActivityPattern(const Por::Construction::UnitFactory& factory)
 {
     Por::Unit pattern = Por::Unit::Composite(factory);
-    pattern.AddTrait("Is", *factory.Create(Por::String(u"Tol::History::Plain::Activity")));
+    Por::Detail::IsConstraint(u"Tol::History::Plain::Activity").Apply(pattern);
     return pattern;
 }
 
@@ -63,10 +64,9 @@ Por::Unit MakeActivityOptions(const Por::Construction::UnitFactory& factory)
 
 void ResumeAfter(Por::Unit& pattern, std::int64_t mark)
 {
-    // The pattern's node must be of the stamp's kind for the operator to be asked at all.
+    // The node takes the stamp's kind, or the match would refuse every stamp before asking the operator.
     Por::Unit stamp = pattern[Dml::Query::Names::DmlTimeStamp];
-    stamp = mark;
-    stamp.SetTrait("Greater", mark);
+    Por::Detail::UnaryConstraint<std::int64_t>("Greater", mark).Apply(stamp);
 }
 
 void SkipExistingActivities(Por::Unit& options)

@@ -1,6 +1,7 @@
 #include "alerts/inspectors/LastDmlTimeStamp.h"
 
 #include "common/Guid.h"
+#include "por/Constraints.h"
 #include "por/PorUnit.h"
 #include "por/Unit.h"
 #include "por/UnitAccess.h"
@@ -37,7 +38,7 @@ Por::UnitPtr MakeLastDmlTimeStamp(std::int64_t value, const Por::Construction::U
 Dml::ViewSpec MakeLastDmlTimeStampSpec(const Por::Construction::UnitFactory& factory)
 {
     Por::Unit pattern = Por::Unit::Composite(factory);
-    pattern.AddTrait("Is", *factory.Create(ClassName()));
+    Por::Detail::IsConstraint(ClassName()).Apply(pattern);
     return Dml::ViewSpec{pattern.Result(), nullptr};
 }
 
