@@ -50,31 +50,23 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // The records of the channel "alerts" so far; the trace may write to others.
-    std::vector<LogLine> Lines() const
-    {
-        std::vector<LogLine> lines;
-        for (LogLine& line : AllLines())
-        {
-            if (line.Channel == "alerts")
-            {
-                lines.push_back(std::move(line));
-            }
-        }
-        return lines;
-    }
-    // Every record so far: "<level> <tag> <channel> <file>:<line> <function>: <text>", a line feed in the
-    // text continuing on a line that starts with a tab.
-    std::vector<LogLine> AllLines() const
+    // The records so far, of the channel "alerts" only unless `allChannels` (the trace may write to
+    // others). A record reads "<level> <tag> <channel> <file>:<line> <function>: <text>"; a line feed in
+    // the text continues on a line that starts with a tab.
+    std::vector<LogLine> Lines(bool allChannels = false) const
     {
         std::vector<LogLine> lines;
         std::ifstream file(Path);
         std::string row;
+        bool kept = false;
         while (std::getline(file, row))
         {
-            if (!row.empty() && row.front() == '\t' && !lines.empty())
+            if (!row.empty() && row.front() == '\t')
             {
-                lines.back().Text += "\n" + row.substr(1);
+                if (kept)
+                {
+                    lines.back().Text += "\n" + row.substr(1);
+                }
                 continue;
             }
             std::istringstream fields(row);
@@ -86,11 +78,15 @@ public:
             line.Function.pop_back(); // the ':' that ends the head
             std::getline(fields, line.Text);
             line.Text.erase(0, 1);
-            lines.push_back(line);
+            kept = allChannels || line.Channel == "alerts";
+            if (kept)
+            {
+                lines.push_back(line);
+            }
         }
         return lines;
     }
-    // The texts of the records at `level`.
+    // The texts of the channel's records at `level`.
     std::vector<std::string> Texts(int level) const
     {
         std::vector<std::string> texts;

@@ -33,7 +33,7 @@ TEST(LogHelpersTest, EventLinesHaveTheirFormatsLevelsAndChannel)
     Alerts::Util::LogNotFound("Add-on", 1, ".Details.CommandID", Por::Unit::Composite().Get());
     Alerts::Util::LogText("Name", 3, "text");
 
-    const auto lines = log.AllLines();
+    const auto lines = log.Lines(true);
     ASSERT_EQ(lines.size(), 8u);
     const std::string meta = "\nmeta=Root (Composite)\n  PlanName (Common::String) = Daily";
     const std::pair<int, std::string> expected[] = {
@@ -97,7 +97,7 @@ TEST(LogHelpersTest, ErrorWrappersPutTheCauseUnderTheirOwnErrorAndLogTheChainAtT
         EXPECT_EQ(wrapped.GetLineTag().LineTag, site.LineTag);
         EXPECT_EQ(wrapped.GetSubError().GetCode(), 0x00FC0038u);
 
-        const auto lines = log.AllLines();
+        const auto lines = log.Lines(true);
         ASSERT_EQ(lines.size(), 2u);
         EXPECT_EQ(lines[0].Level, 4);
         EXPECT_EQ(lines[0].Channel, "alerts");

@@ -20,8 +20,8 @@ constexpr const char16_t* ActivityClass = u"Tol::History::Plain::Activity";
 constexpr const char16_t* PlanClass = u"Gtob::Dto::ProtectionPlan";
 constexpr const char16_t* InstanceClass = u"InstanceManagement::Instance";
 
-// The instance of this machine.
-constexpr std::uint32_t ThisMachineInstanceType = 1;
+// The instance of this machine. A pattern matches its own kind only: instance types are signed 32-bit.
+constexpr std::int32_t ThisMachineInstanceType = 1;
 
 // Objects of the class with any further properties given by the caller.
 Por::Unit ClassPattern(const char16_t* className)
@@ -46,31 +46,25 @@ Dml::ViewSpec ByIdSpec(const char16_t* className, const Common::Guid& id,
     return Dml::ViewSpec{pattern.Result(), options.Result()};
 }
 
-bool Contains(const std::vector<int>& values, int value)
-{
-    for (int candidate : values)
-    {
-        if (candidate == value)
-        {
-            return true;
-        }
-    }
-    return false;
-}
-
+// The field that names an instance of the type; the numbers belong to the instances' schema.
 const char* InstanceNamePath(std::int32_t type)
 {
-    static const std::vector<int> displayNameTypes = {6, 22, 23, 24};
-    static const std::vector<int> sqlDisplayNameTypes = {14, 19, 20, 21, 26};
-    if (Contains(displayNameTypes, type))
+    switch (type)
     {
+    case 6:
+    case 22:
+    case 23:
+    case 24:
         return ".Parameters.DisplayName";
-    }
-    if (Contains(sqlDisplayNameTypes, type))
-    {
+    case 14:
+    case 19:
+    case 20:
+    case 21:
+    case 26:
         return ".Parameters.SqlDisplayName";
+    default:
+        return ".FullPath";
     }
-    return ".FullPath";
 }
 
 bool BeginsWith(Common::WideStringView text, Common::WideStringView prefix)
@@ -124,7 +118,7 @@ std::vector<Common::WideString> FilterCachedSources(const Por::View::Unit& plan,
     return kept;
 }
 
-void FillSources(Por::Unit& meta, const Por::View::Unit& plan, const Common::Guid& instanceId,
+void FillSources(Por::Unit meta, const Por::View::Unit& plan, const Common::Guid& instanceId,
                  const Common::Guid& machineId, std::string_view addon)
 {
     std::int32_t sourceType = 0;
@@ -148,7 +142,7 @@ void FillSources(Por::Unit& meta, const Por::View::Unit& plan, const Common::Gui
     }
 }
 
-void FillLocations(Por::Unit& meta, const Por::View::Unit& plan, std::string_view addon)
+void FillLocations(Por::Unit meta, const Por::View::Unit& plan, std::string_view addon)
 {
     std::vector<const Por::View::Unit*> locations;
     if (!TryReadList(plan, ".__cache.Locations", locations, addon, false))
@@ -197,7 +191,7 @@ bool TryReadSingle(const Dml::SynchronousDataStore& store, const Core::EntryPoin
 
 } // namespace Detail
 
-void FillTimePeriod(Por::Unit& meta, const Por::View::Unit& activity, std::string_view addon)
+void FillTimePeriod(Por::Unit meta, const Por::View::Unit& activity, std::string_view addon)
 {
     std::int64_t time = 0;
     if (TryReadTime(activity, ".Period.StartTime", time, addon, true))
@@ -210,7 +204,7 @@ void FillTimePeriod(Por::Unit& meta, const Por::View::Unit& activity, std::strin
     }
 }
 
-void FillMetaByActivityID(Por::Unit& meta, const Common::Guid& activityId,
+void FillMetaByActivityID(Por::Unit meta, const Common::Guid& activityId,
                           const Dml::SynchronousDataStore& store, std::string_view addon)
 {
     Por::UnitPtr activity;

@@ -56,9 +56,9 @@ bool TryReadSingle(const Dml::SynchronousDataStore& store, const Core::EntryPoin
 
 // Meta "StartTime" and "FinishTime" from the activity's "Period" (strict reads; a miss leaves the field
 // out).
-void FillTimePeriod(Por::Unit& meta, const Por::View::Unit& activity, std::string_view addon);
+void FillTimePeriod(Por::Unit meta, const Por::View::Unit& activity, std::string_view addon);
 // FillTimePeriod from the stored activity of that id; nothing when it cannot be read.
-void FillMetaByActivityID(Por::Unit& meta, const Common::Guid& activityId,
+void FillMetaByActivityID(Por::Unit meta, const Common::Guid& activityId,
                           const Dml::SynchronousDataStore& store, std::string_view addon);
 
 // The protection plan of that id, masked to what the meta needs; null when it cannot be read.
@@ -71,8 +71,8 @@ Por::Unit GetPlanMeta(const Common::Guid& planId, const Common::Guid& instanceId
                       const Common::Guid& machineId, const Dml::SynchronousDataStore& store,
                       std::string_view addon);
 
-// The instance of type 1 (this machine): its "ID" and "FullPath". False when there is none or the read
-// fails (then logged); the outputs are then untouched.
+// The instance whose "Type" is the signed 32-bit 1 (this machine): its "ID" and "FullPath". False when there
+// is none or the read fails (then logged); the outputs are then untouched.
 bool TryGetInstance(Dml::PostOffice& postOffice, std::string_view addon, Common::Guid& id,
                     Common::WideString& name);
 // The display name of an instance, chosen by its "Type": "Parameters"."DisplayName" for 6, 22, 23 and 24,

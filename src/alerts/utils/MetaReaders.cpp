@@ -184,7 +184,7 @@ bool TryReadList(const Por::View::Unit& unit, std::string_view path, std::vector
     return true;
 }
 
-bool CopyString(Por::Unit& meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
+bool CopyString(Por::Unit meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
                 std::string_view addon, bool strict)
 {
     Common::WideString value;
@@ -196,7 +196,7 @@ bool CopyString(Por::Unit& meta, std::string_view key, const Por::View::Unit& un
     return true;
 }
 
-bool CopyGuid(Por::Unit& meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
+bool CopyGuid(Por::Unit meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
               std::string_view addon, bool strict)
 {
     Common::Guid value;
@@ -208,7 +208,7 @@ bool CopyGuid(Por::Unit& meta, std::string_view key, const Por::View::Unit& unit
     return true;
 }
 
-void MergeMeta(Por::Unit& target, const Por::View::Unit& source)
+void MergeMeta(Por::Unit target, const Por::View::Unit& source)
 {
     if (!target.HasValue())
     {

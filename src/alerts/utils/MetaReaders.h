@@ -38,14 +38,17 @@ bool TryReadList(const Por::View::Unit& unit, std::string_view path, std::vector
 bool TryReadList(const Por::View::Unit& unit, std::string_view path, std::vector<const Por::View::Unit*>& out,
                  std::string_view addon, bool strict);
 
+// The meta handles below are taken by value: a handle shares its tree, so the caller sees the writes, and
+// a handle to a branch (meta["Sub"]) may be passed as well as the root.
+
 // Read as above and, on success, set the meta's property `key` to the value.
-bool CopyString(Por::Unit& meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
+bool CopyString(Por::Unit meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
                 std::string_view addon, bool strict);
-bool CopyGuid(Por::Unit& meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
+bool CopyGuid(Por::Unit meta, std::string_view key, const Por::View::Unit& unit, std::string_view path,
               std::string_view addon, bool strict);
 
 // Adds copies of the properties of `source` to `target`, replacing those of the same name. A target
 // without a value becomes a copy of the source; a source that is not a composite adds nothing.
-void MergeMeta(Por::Unit& target, const Por::View::Unit& source);
+void MergeMeta(Por::Unit target, const Por::View::Unit& source);
 
 } // namespace Alerts::Util
