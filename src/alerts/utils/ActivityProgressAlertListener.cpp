@@ -1,0 +1,158 @@
+#include "alerts/utils/ActivityProgressAlertListener.h"
+
+#include "alerts/AlertGuids.h"
+#include "alerts/AlertIdentity.h"
+#include "alerts/AlertTypes.h"
+#include "alerts/utils/LogHelpers.h"
+#include "alerts/utils/MetaHelpers.h"
+#include "async/Errors.h"
+#include "por/UnitAccess.h"
+
+#include <string>
+
+namespace Alerts::Detail
+{
+
+ActivityProgressAlertListener::ActivityProgressAlertListener(Dml::SynchronousDataStore store,
+                                                             const Common::Guid& machineId)
+    : Store(std::move(store)), MachineID(machineId)
+{
+}
+
+ActivityProgressAlertListener::~ActivityProgressAlertListener()
+{
+    StopAll();
+}
+
+void ActivityProgressAlertListener::SetNextListener(std::shared_ptr<Listener> next)
+{
+    std::lock_guard<std::mutex> guard(Lock);
+    Next = std::move(next);
+}
+
+std::shared_ptr<Listener> ActivityProgressAlertListener::GetNext()
+{
+    std::lock_guard<std::mutex> guard(Lock);
+    return Next;
+}
+
+Common::Guid ActivityProgressAlertListener::TimerKey(const Common::Guid& subjectId, std::string_view type)
+{
+    return XorGuids(subjectId,
+                    type == AlertTypes::ActivityNotResponding ? NotRespondingTimerKey : ProgressAlertKey);
+}
+
+Common::Guid ActivityProgressAlertListener::AlertId(const Common::Guid& subjectId)
+{
+    return XorGuids(subjectId, ProgressAlertKey);
+}
+
+void ActivityProgressAlertListener::ActivateAfter(std::uint32_t delay, const Common::Guid& subjectId,
+                                                  std::string_view type, const Por::View::Unit& partialMeta,
+                                                  Common::WideStringView tenantID)
+{
+    Util::LogActivateAfter(delay, type, AlertId(subjectId), tenantID, partialMeta);
+    auto info = std::make_shared<ActivityTimeoutInfo>(
+        ActivityTimeoutInfo{subjectId, std::string(type), Por::Util::Copy(partialMeta, Por::GetUnitFactory()),
+                            Common::WideString(tenantID)});
+    const Common::Guid key = TimerKey(subjectId, type);
+    Entry replaced;
+    {
+        std::lock_guard<std::mutex> guard(Lock);
+        // Armed under the mutex: its callback finds the map only once the entry is in it.
+        auto timer = TimerWithCallback::Start(
+            delay, info,
+            [this](const ActivityTimeoutInfo& fired, TimerWithCallback& self) { OnTimer(fired, self); });
+        Entry& slot = Timers[key];
+        replaced = std::exchange(slot, Entry{std::move(timer), std::move(info)});
+    }
+    // The replaced info goes first, so that the old timer, should it fire now, finds nothing to do.
+    replaced.second.reset();
+    if (replaced.first != nullptr)
+    {
+        replaced.first->Stop();
+    }
+}
+
+ActivityProgressAlertListener::Entry ActivityProgressAlertListener::TakeOut(const Common::Guid& key,
+                                                                            const TimerWithCallback* only)
+{
+    std::lock_guard<std::mutex> guard(Lock);
+    const auto found = Timers.find(key);
+    if (found == Timers.end() || (only != nullptr && found->second.first.get() != only))
+    {
+        return {};
+    }
+    Entry taken = std::move(found->second);
+    Timers.erase(found);
+    return taken;
+}
+
+void ActivityProgressAlertListener::Deactivate(const Common::Guid& subjectId, std::string_view type,
+                                               Common::WideStringView tenantID)
+{
+    Entry taken = TakeOut(TimerKey(subjectId, type), nullptr);
+    taken.second.reset();
+    if (taken.first != nullptr)
+    {
+        taken.first->Stop();
+    }
+    if (const std::shared_ptr<Listener> next = GetNext())
+    {
+        next->OnInactive(AlertId(subjectId), std::string(type), Common::WideString(tenantID));
+    }
+}
+
+void ActivityProgressAlertListener::StopAll()
+{
+    std::map<Common::Guid, Entry> timers;
+    {
+        std::lock_guard<std::mutex> guard(Lock);
+        timers.swap(Timers);
+    }
+    for (auto& [key, entry] : timers)
+    {
+        entry.second.reset();
+        entry.first->Stop();
+    }
+}
+
+void ActivityProgressAlertListener::OnTimer(const ActivityTimeoutInfo& info, TimerWithCallback& timer)
+{
+    try
+    {
+        OnTimeoutAction(info);
+    }
+    catch (const Common::Error& error)
+    {
+        Util::LogTimeoutFailure(COMMON_LOCATION("Alerts::Detail::ActivityProgressAlertListener::OnTimer"),
+                                info.Type, error);
+    }
+    catch (...)
+    {
+        const Common::ErrorLocation site = COMMON_LOCATION("Alerts::Detail::ActivityProgressAlertListener::OnTimer");
+        Util::LogTimeoutFailure(site, info.Type, Async::Errors::CurrentException(site, u"Timeout"));
+    }
+    // Only this timer's own entry: a newer timer of the key may have replaced it meanwhile.
+    Entry own = TakeOut(TimerKey(info.SubjectID, info.Type), &timer);
+    if (own.first != nullptr)
+    {
+        own.first->Stop();
+    }
+}
+
+void ActivityProgressAlertListener::OnTimeoutAction(const ActivityTimeoutInfo& info)
+{
+    const Common::Guid id = AlertId(info.SubjectID);
+    const Por::Unit meta = Util::GetProgressMeta(*info.PartialMeta, Store, MachineID, info.Type);
+    const std::shared_ptr<Listener> next = GetNext();
+    if (next == nullptr)
+    {
+        return;
+    }
+    // Cleared first, so that a later firing replaces the meta of an alert still standing.
+    next->OnInactive(id, info.Type, info.TenantID);
+    next->OnActive(id, info.Type, meta.Get(), info.TenantID);
+}
+
+} // namespace Alerts::Detail

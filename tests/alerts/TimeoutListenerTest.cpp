@@ -1,0 +1,289 @@
+// The timeout listeners on the virtual clock: TimeoutListener's delays and 30-day slices, the
+// watchdog's per-kind timers and clear-then-raise, and PerProcessCallback's one alert per process.
+#include "alerts/utils/TimeoutListener.h"
+
+#include "AlertTesting.h"
+#include "RecordingListener.h"
+#include "TimingTesting.h"
+#include "alerts/AlertGuids.h"
+#include "alerts/AlertIdentity.h"
+#include "alerts/utils/ActivityProgressAlertListener.h"
+#include "alerts/utils/PerProcessCallback.h"
+#include "async/Action.h"
+#include "common/Error.h"
+#include "por/PorUnit.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using AlertTesting::Id;
+using Lines = std::vector<std::string>;
+using Testing::RecordingListener;
+
+constexpr std::uint64_t Slice = Alerts::Util::TimeoutListener::MaximumSlice;
+const Common::Guid AlertId = Id(0xA1);
+
+std::string Active(const char* type, const Common::Guid& id)
+{
+    return std::string("active ") + type + " " + Common::GuidToString(id);
+}
+
+std::string Inactive(const char* type, const Common::Guid& id)
+{
+    return std::string("inactive ") + type + " " + Common::GuidToString(id);
+}
+
+Por::Unit MetaOf(const Common::Guid& parentProcess)
+{
+    Por::Unit meta = Por::Unit::Composite();
+    meta["ParentProcess"] = parentProcess;
+    return meta;
+}
+
+class TimeoutListenerTest : public AlertTesting::StoreFixture
+{
+protected:
+    // The full meta is the partial one marked "Full"; a set failure is thrown instead.
+    Alerts::Util::TimeoutListener::MetaFunction Meta()
+    {
+        return [this](const Por::View::Unit& partial, const Dml::SynchronousDataStore&, std::string_view)
+        {
+            if (MetaFailure.GetCode() != 0)
+            {
+                throw MetaFailure;
+            }
+            Por::Unit full(Por::Util::Copy(partial, Por::GetUnitFactory()), Por::GetUnitFactory());
+            full["Full"] = true;
+            return full;
+        };
+    }
+
+    TimingTesting::VirtualTime Time;
+    std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
+    Common::Error MetaFailure;
+    Alerts::Util::TimeoutListener Timeouts{Meta(), Host, Client};
+};
+
+TEST_F(TimeoutListenerTest, ActivatesAfterTheDelayWithTheFullMeta)
+{
+    Timeouts.ActivateAfter(30000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Time.Clock.Advance(29999);
+    EXPECT_TRUE(Host->Take().empty());
+    Time.Clock.Advance(1);
+    const std::vector<RecordingListener::Call> calls = Host->Take();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].Type, "BackupDidNotStart");
+    EXPECT_EQ(calls[0].Id, AlertId);
+    EXPECT_TRUE(Por::ConstUnit(calls[0].Meta)["Full"].As<bool>());
+    EXPECT_EQ(Por::ConstUnit(calls[0].Meta)["ParentProcess"].As<Common::Guid>(), Id(7));
+}
+
+TEST_F(TimeoutListenerTest, ImmediateCallsCancelThePendingTimerAndPassAtOnce)
+{
+    Timeouts.ActivateAfter(30000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Timeouts.OnActive(AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    EXPECT_EQ(Host->TakeLines(), Lines{Active("BackupDidNotStart", AlertId)});
+    Timeouts.ActivateAfter(30000, Id(0xA2), "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Timeouts.OnInactive(Id(0xA2), "", u"");
+    EXPECT_EQ(Host->TakeLines(), Lines{Inactive("*", Id(0xA2))});
+    Time.Seconds(60);
+    EXPECT_TRUE(Host->Take().empty());
+}
+
+TEST_F(TimeoutListenerTest, ReArmingReplacesTheTimerOfTheId)
+{
+    Timeouts.ActivateAfter(10000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Timeouts.ActivateAfter(30000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Time.Seconds(29);
+    EXPECT_TRUE(Host->Take().empty());
+    Time.Seconds(1);
+    EXPECT_EQ(Host->TakeLines(), Lines{Active("BackupDidNotStart", AlertId)});
+}
+
+TEST_F(TimeoutListenerTest, ADelayOfExactlyThirtyDaysIsOneFullSliceThenAZeroRemainder)
+{
+    Timeouts.ActivateAfter(Slice, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    // Advance steps through the slice in pieces short enough for the tick widening to see every flip.
+    Time.Clock.Advance(Slice - 1);
+    EXPECT_TRUE(Host->Take().empty());
+    Time.Clock.Advance(1);
+    EXPECT_EQ(Host->TakeLines(), Lines{Active("BackupDidNotStart", AlertId)});
+    std::vector<std::string> arming;
+    for (const std::string& text : Log.Texts(2))
+    {
+        if (text.rfind("ACTIVATE_AFTER", 0) == 0)
+        {
+            arming.push_back(text.substr(0, text.find(':')));
+        }
+    }
+    EXPECT_EQ(arming, (Lines{"ACTIVATE_AFTER 2592000000ms", "ACTIVATE_AFTER 0ms"}));
+}
+
+TEST_F(TimeoutListenerTest, ALongWaitIsAChainOfSlicesThatADropEnds)
+{
+    Timeouts.ActivateAfter(2 * Slice + 5000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Timeouts.ActivateAfter(2 * Slice, Id(0xA2), "BackupDidNotStart", MetaOf(Id(8)).Get(), u"");
+    Time.Clock.Advance(Slice + 1000);
+    Timeouts.DropIfExist(Id(0xA2));
+    Time.Clock.Advance(Slice - 1000);
+    EXPECT_TRUE(Host->Take().empty());
+    Time.Clock.Advance(5000);
+    EXPECT_EQ(Host->TakeLines(), Lines{Active("BackupDidNotStart", AlertId)});
+}
+
+TEST_F(TimeoutListenerTest, AFailingTimerIsLoggedAndForwardsNothing)
+{
+    MetaFailure = Common::Error(COMMON_LOCATION("TimeoutListenerTest"), 0x011A0042);
+    Timeouts.ActivateAfter(1000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Time.Seconds(1);
+    EXPECT_TRUE(Host->Take().empty());
+    const Lines failures = Log.Texts(4);
+    ASSERT_FALSE(failures.empty());
+    EXPECT_EQ(failures.front(), "011A0011 Internal error in timeout callback in inspector (type: "
+                                "'BackupDidNotStart').");
+}
+
+TEST_F(TimeoutListenerTest, StopAllStopsEveryTimerAndCleanupIsNotForwarded)
+{
+    Timeouts.ActivateAfter(1000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Timeouts.ActivateAfter(Slice + 1000, Id(0xA2), "BackupDidNotStart", MetaOf(Id(8)).Get(), u"");
+    Timeouts.StopAll();
+    Time.Clock.Advance(Slice + 2000);
+    EXPECT_TRUE(Host->Take().empty());
+    struct Done final : Async::ActionHandler
+    {
+        void Completed(const Common::Error& error) override { Result = error.GetCode(); }
+        std::uint32_t Result = 1;
+    } done;
+    Timeouts.CleanupAlerts("addon", Por::Unit::Composite().Get())->Perform(done);
+    EXPECT_EQ(done.Result, 0u);
+    EXPECT_TRUE(Host->Take().empty());
+}
+
+// PerProcessCallback on its own: distinct alert ids of one parent process.
+class PerProcessCallbackTest : public ::testing::Test
+{
+protected:
+    std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
+    Alerts::Util::PerProcessCallback Callback{Host, "Inspector of activity not responding."};
+    AlertTesting::LogCapture Log;
+};
+
+TEST_F(PerProcessCallbackTest, OneAlertPerParentProcessUntilTheFirstIsCleared)
+{
+    const Common::Guid process = Id(0x50);
+    Callback.OnActive(Id(1), "ActivityNotResponding", MetaOf(process).Get(), u"");
+    Callback.OnActive(Id(2), "BackupNotResponding", MetaOf(process).Get(), u"");
+    Callback.OnActive(Id(3), "ActivityNotResponding", MetaOf(Id(0x51)).Get(), u"");
+    EXPECT_EQ(Host->TakeLines(),
+              (Lines{Active("ActivityNotResponding", Id(1)), Active("ActivityNotResponding", Id(3))}));
+    // Clearing the suppressed one frees nothing: the first still holds the process.
+    Callback.OnInactive(Id(2), "BackupNotResponding", u"");
+    Callback.OnActive(Id(2), "BackupNotResponding", MetaOf(process).Get(), u"");
+    EXPECT_EQ(Host->TakeLines(), Lines{Inactive("BackupNotResponding", Id(2))});
+    Callback.OnInactive(Id(1), "ActivityNotResponding", u"");
+    Callback.OnActive(Id(2), "BackupNotResponding", MetaOf(process).Get(), u"");
+    EXPECT_EQ(Host->TakeLines(),
+              (Lines{Inactive("ActivityNotResponding", Id(1)), Active("BackupNotResponding", Id(2))}));
+}
+
+TEST_F(PerProcessCallbackTest, AMetaWithoutParentProcessPassesWithoutBookkeeping)
+{
+    Callback.OnActive(Id(1), "BackupQueued", Por::Unit::Composite().Get(), u"");
+    Callback.OnActive(Id(1), "BackupQueued", Por::Unit::Composite().Get(), u"");
+    Callback.OnActive(Id(2), "BackupQueued", MetaOf(Id(0x50)).Get(), u"");
+    EXPECT_EQ(Host->TakeLines(), (Lines{Active("BackupQueued", Id(1)), Active("BackupQueued", Id(1)),
+                                        Active("BackupQueued", Id(2))}));
+    const Lines misses = Log.Texts(3);
+    ASSERT_EQ(misses.size(), 2u);
+    EXPECT_EQ(misses[0].rfind("Inspector of activity not responding.: .ParentProcess not found in", 0), 0u);
+}
+
+TEST_F(PerProcessCallbackTest, TheNextListenersFailurePassesToTheCaller)
+{
+    Host->FailNext(1, Common::Error(COMMON_LOCATION("PerProcessCallbackTest"), 0x011A0042));
+    EXPECT_THROW(Callback.OnActive(Id(1), "ActivityNotResponding", MetaOf(Id(0x50)).Get(), u""),
+                 Common::Error);
+}
+
+// The watchdog of the not-responding and queued alerts.
+class ProgressAlertListenerTest : public AlertTesting::StoreFixture
+{
+protected:
+    ProgressAlertListenerTest() { Watchdog.SetNextListener(Host); }
+
+    static Common::Guid Alert(const Common::Guid& subject)
+    {
+        return Alerts::XorGuids(subject, Alerts::ProgressAlertKey);
+    }
+
+    TimingTesting::VirtualTime Time;
+    std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
+    Alerts::Detail::ActivityProgressAlertListener Watchdog{Client, Id(0x3C)};
+    const Common::Guid Subject = Id(0x50);
+};
+
+TEST_F(ProgressAlertListenerTest, AFiringTimerClearsAndRaisesUnderTheSubjectsProgressAlert)
+{
+    Watchdog.ActivateAfter(1000, Subject, "BackupNotResponding", MetaOf(Subject).Get(), u"");
+    Time.Clock.Advance(999);
+    EXPECT_TRUE(Host->Take().empty());
+    Time.Clock.Advance(1);
+    const std::vector<RecordingListener::Call> calls = Host->Take();
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_FALSE(calls[0].Active);
+    EXPECT_TRUE(calls[1].Active);
+    EXPECT_EQ(calls[1].Id, Alert(Subject));
+    EXPECT_EQ(calls[1].Type, "BackupNotResponding");
+    EXPECT_EQ(Por::ConstUnit(calls[1].Meta)["ParentProcess"].As<Common::Guid>(), Subject);
+    // Fired once: the timer is gone.
+    Time.Seconds(10);
+    EXPECT_TRUE(Host->Take().empty());
+}
+
+TEST_F(ProgressAlertListenerTest, ActivityNotRespondingHasATimerOfItsOwnAndTheOtherTypesShareOne)
+{
+    EXPECT_EQ(Alerts::Detail::ActivityProgressAlertListener::TimerKey(Subject, "ActivityNotResponding"),
+              Alerts::XorGuids(Subject, Alerts::NotRespondingTimerKey));
+    EXPECT_EQ(Alerts::Detail::ActivityProgressAlertListener::TimerKey(Subject, "BackupQueued"),
+              Alert(Subject));
+    Watchdog.ActivateAfter(1000, Subject, "ActivityNotResponding", MetaOf(Subject).Get(), u"");
+    Watchdog.ActivateAfter(2000, Subject, "BackupNotResponding", MetaOf(Subject).Get(), u"");
+    Watchdog.ActivateAfter(3000, Subject, "BackupQueued", MetaOf(Subject).Get(), u"");
+    Time.Seconds(3);
+    EXPECT_EQ(Host->TakeLines(),
+              (Lines{Inactive("ActivityNotResponding", Alert(Subject)),
+                     Active("ActivityNotResponding", Alert(Subject)),
+                     Inactive("BackupQueued", Alert(Subject)), Active("BackupQueued", Alert(Subject))}));
+}
+
+TEST_F(ProgressAlertListenerTest, DeactivateDropsTheTimerAndClearsWithOrWithoutOne)
+{
+    Watchdog.Deactivate(Subject, "BackupQueued", u"");
+    Watchdog.ActivateAfter(1000, Subject, "ActivityNotResponding", MetaOf(Subject).Get(), u"");
+    Watchdog.ActivateAfter(1000, Id(0x51), "ActivityNotResponding", MetaOf(Id(0x51)).Get(), u"");
+    Watchdog.Deactivate(Subject, "ActivityNotResponding", u"");
+    Watchdog.StopAll();
+    Time.Seconds(5);
+    EXPECT_EQ(Host->TakeLines(), (Lines{Inactive("BackupQueued", Alert(Subject)),
+                                        Inactive("ActivityNotResponding", Alert(Subject))}));
+}
+
+TEST_F(ProgressAlertListenerTest, AFailingFiringIsLoggedAndTheTimerStillGoes)
+{
+    Host->FailNext(1, Common::Error(COMMON_LOCATION("ProgressAlertListenerTest"), 0x011A0042));
+    Watchdog.ActivateAfter(1000, Subject, "BackupNotResponding", MetaOf(Subject).Get(), u"");
+    Time.Seconds(5);
+    EXPECT_EQ(Host->TakeLines(), Lines{Inactive("BackupNotResponding", Alert(Subject))});
+    const Lines failures = Log.Texts(4);
+    ASSERT_FALSE(failures.empty());
+    EXPECT_EQ(failures.front(), "011A0011 Internal error in timeout callback in inspector (type: "
+                                "'BackupNotResponding').");
+}
+
+} // namespace

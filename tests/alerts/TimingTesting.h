@@ -1,0 +1,82 @@
+// Helpers of the timing inspectors' tests: a virtual clock installed for a test's life, store objects of
+// the classes the not-responding and did-not-start inspectors read, and writes that return only once
+// the feeds have delivered them.
+#pragma once
+
+#include "AlertTesting.h"
+#include "async/DefaultService.h"
+#include "common/Clock.h"
+#include "common/VirtualClock.h"
+#include "dml/KeyPattern.h"
+#include "dml/SynchronousDataStore.h"
+#include "por/PorUnit.h"
+#include "por/UpdateBuilder.h"
+#include "runtime/EntryPoint.h"
+
+#include <cstdint>
+
+namespace TimingTesting
+{
+
+// Installs a virtual clock for the test's life; Advance takes seconds.
+struct VirtualTime
+{
+    VirtualTime() { Common::SetClock(&Clock); }
+    ~VirtualTime() { Common::SetClock(nullptr); }
+    void Seconds(std::uint64_t seconds) { Clock.Advance(seconds * 1000); }
+    std::int64_t Now() { return Common::GetClock().GetWallTime().Seconds; }
+    Common::VirtualClock Clock;
+};
+
+// A running business activity (state 2) of the command, under the process.
+inline Por::Unit MakeRunning(const Common::Guid& id, const Common::Guid& command, const Common::Guid& process)
+{
+    Por::Unit activity = AlertTesting::MakeActivity(id);
+    activity["State"] = std::uint32_t{2};
+    activity[".Details.Specific"] = u"Business";
+    activity[".Details.CommandID"] = command;
+    activity[".Origin.ParentProcess"] = process;
+    activity[".Name"] = u"Backing up";
+    activity[".Period.StartTime"] = std::int64_t{1000};
+    activity[".Progress.Timestamp"] = std::int64_t{0};
+    return activity;
+}
+
+inline Por::Unit MakeInstance(const Common::Guid& id, std::uint32_t type)
+{
+    Por::Unit instance = AlertTesting::MakeObject(u"InstanceManagement::Instance", id);
+    instance["Type"] = type;
+    instance["FullPath"] = u"machine-1";
+    return instance;
+}
+
+// The store's writes, each followed by the delivery of its news to every feed.
+class Writer
+{
+public:
+    explicit Writer(Dml::SynchronousDataStore store) : Store(std::move(store)) {}
+
+    void Create(const Por::Unit& object) const
+    {
+        Store.Create(CORE_ENTRY_POINT(), object.Get());
+        Async::Detail::WaitUntilIdle();
+    }
+    // Overwrites one property of the object of that id.
+    template <typename T>
+    void Set(const Common::Guid& id, const char16_t* path, const T& value) const
+    {
+        const Por::UnitPtr patch = Por::UpdateBuilder().Add(path, Por::Unit(value).Get()).Result();
+        Store.Update(CORE_ENTRY_POINT(), *Dml::MakeKeyPatternFromValue(id), *patch);
+        Async::Detail::WaitUntilIdle();
+    }
+    void Delete(const Common::Guid& id) const
+    {
+        Store.Delete(CORE_ENTRY_POINT(), *Dml::MakeKeyPatternFromValue(id));
+        Async::Detail::WaitUntilIdle();
+    }
+
+private:
+    Dml::SynchronousDataStore Store;
+};
+
+} // namespace TimingTesting
