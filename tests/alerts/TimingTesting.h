@@ -42,7 +42,7 @@ inline Por::Unit MakeRunning(const Common::Guid& id, const Common::Guid& command
     return activity;
 }
 
-inline Por::Unit MakeInstance(const Common::Guid& id, std::uint32_t type)
+inline Por::Unit MakeInstance(const Common::Guid& id, std::int32_t type)
 {
     Por::Unit instance = AlertTesting::MakeObject(u"InstanceManagement::Instance", id);
     instance["Type"] = type;
