@@ -4,6 +4,7 @@
 
 #include <sys/random.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -35,10 +36,21 @@ bool SystemRandom(void* buffer, std::size_t size)
     return true;
 }
 
+std::atomic<RandomSource> InstalledSource{nullptr};
+
 } // namespace
+
+void SetRandomSource(RandomSource source)
+{
+    InstalledSource.store(source, std::memory_order_release);
+}
 
 bool RandomBytes(void* buffer, std::size_t size, bool strict)
 {
+    if (const RandomSource source = InstalledSource.load(std::memory_order_acquire))
+    {
+        return source(buffer, size);
+    }
     static std::once_flag seeded;
     std::call_once(seeded, [] { std::srand(static_cast<unsigned>(std::time(nullptr))); });
     if (SystemRandom(buffer, size))
