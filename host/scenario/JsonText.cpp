@@ -117,7 +117,7 @@ nlohmann::json ParseJsonText(std::string_view text, std::string_view source)
     }
     catch (const nlohmann::json::parse_error& error)
     {
-        // `byte` is one past the offending character, counted from 1.
+        // `byte` is the offending character's place, counted from 1.
         const std::size_t end = std::min<std::size_t>(error.byte == 0 ? 0 : error.byte - 1, text.size());
         const std::string_view before = text.substr(0, end);
         const std::size_t line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
@@ -126,6 +126,15 @@ nlohmann::json ParseJsonText(std::string_view text, std::string_view source)
         throw NotationErrors::Make(
             COMMON_LOCATION("Host::Scenario::ParseJsonText"), NotationErrorCodes::Syntax,
             {source, std::to_string(line), std::to_string(column), Problem(error.what())});
+    }
+    catch (const nlohmann::json::exception& error)
+    {
+        // A number beyond a double's range: the problem names the number, the parser keeps no position.
+        const std::string_view what = error.what();
+        const std::size_t end = what.find("] ");
+        throw NotationErrors::Make(COMMON_LOCATION("Host::Scenario::ParseJsonText"),
+                                   NotationErrorCodes::Syntax,
+                                   {source, end == std::string_view::npos ? what : what.substr(end + 2)});
     }
 }
 

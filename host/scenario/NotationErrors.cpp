@@ -31,6 +31,8 @@ Common::WideTextId TextOf(std::uint32_t code)
         return Common::Texts::HostUnitUnexpectedField;
     case Codes::UnknownClass:
         return Common::Texts::HostUnitUnknownClass;
+    case Codes::TooDeep:
+        return Common::Texts::HostUnitTooDeep;
     default:
         return Common::Texts::HostJsonSyntax;
     }
@@ -49,7 +51,10 @@ Common::Error Make(const Common::ErrorLocation& location, std::uint32_t code,
         Common::Utf8ToWide(wide[index], argument.data(), argument.size());
         views.push_back(wide[index]);
     }
-    return Common::Error(location, code, Common::FormatText(Common::GetText(TextOf(code)), views));
+    const Common::WideTextId text = code == NotationErrorCodes::Syntax && arguments.size() == 2
+                                        ? Common::Texts::HostJsonInvalid
+                                        : TextOf(code);
+    return Common::Error(location, code, Common::FormatText(Common::GetText(text), views));
 }
 
 } // namespace Host::Scenario::NotationErrors

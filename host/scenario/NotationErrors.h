@@ -22,12 +22,14 @@ inline constexpr std::uint32_t NumberWithoutKind = 0x03000014;
 inline constexpr std::uint32_t MissingField = 0x03000015;
 inline constexpr std::uint32_t UnexpectedField = 0x03000016;
 inline constexpr std::uint32_t UnknownClass = 0x03000017;
+inline constexpr std::uint32_t TooDeep = 0x03000018;
 } // namespace NotationErrorCodes
 
 namespace NotationErrors
 {
 
 // The error of `code` with its catalog text, the UTF-8 `arguments` filling its placeholders in order.
+// A syntax error given two arguments (the source and the problem) has no position.
 Common::Error Make(const Common::ErrorLocation& location, std::uint32_t code,
                    std::initializer_list<std::string_view> arguments);
 

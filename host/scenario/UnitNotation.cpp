@@ -6,6 +6,7 @@
 #include "common/Guid.h"
 #include "common/Utf8.h"
 #include "history/Schema.h"
+#include "por/Blob.h"
 #include "por/TraitUtil.h"
 #include "por/UnitAccess.h"
 #include "por/Values.h"
@@ -345,6 +346,23 @@ public:
 
     Por::UnitPtr Read(const Json& value, const std::string& where, const Por::View::Unit* model)
     {
+        // As deep as a blob may nest, so whatever is read can be stored; and the reading's stack stays small.
+        if (Depth == Por::Util::MaximumBlobDepth)
+        {
+            Fail(Codes::TooDeep, where, std::to_string(Por::Util::MaximumBlobDepth));
+        }
+        ++Depth;
+        struct Leave
+        {
+            ~Leave() { --Reader.Depth; }
+            UnitReader& Reader;
+        } leave{*this};
+        return ReadAtDepth(value, where, model);
+    }
+
+private:
+    Por::UnitPtr ReadAtDepth(const Json& value, const std::string& where, const Por::View::Unit* model)
+    {
         const ValueKind modelKind = model != nullptr ? Por::GetValueTypeIndex(*model) : ValueKind::Unknown;
         Por::UnitPtr unit;
         switch (value.type())
@@ -381,7 +399,6 @@ public:
         return unit;
     }
 
-private:
     Por::UnitPtr ReadObject(const Json& object, const std::string& where, const Por::View::Unit* model)
     {
         const Json* traits = nullptr;
@@ -611,6 +628,7 @@ private:
     }
 
     const Por::Construction::UnitFactory& Factory;
+    std::size_t Depth = 0;
 };
 
 // ---- Writing ----------------------------------------------------------------------------------------

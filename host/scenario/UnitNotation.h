@@ -16,7 +16,8 @@ namespace Host::Scenario
 {
 
 // The unit that `value` writes, made with `factory`. `where` is the JSON pointer of `value` in its
-// document; messages give the pointer of the faulty value below it. Throws 0x03000012 to 0x03000017.
+// document; messages give the pointer of the faulty value below it. Throws 0x03000012 to 0x03000018;
+// units nest at most Por::Util::MaximumBlobDepth levels, as in a blob.
 Por::UnitPtr ReadUnit(const nlohmann::json& value, const std::string& where = {},
                       const Por::Construction::UnitFactory& factory = Por::GetUnitFactory());
 

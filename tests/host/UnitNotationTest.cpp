@@ -246,6 +246,10 @@ TEST(UnitNotationTest, FaultsAreRefusedWithWhereAndWhatIsWrong)
         EXPECT_EQ(error.GetCode(), fault.Code) << fault.Text;
         EXPECT_EQ(Narrow(error.GetMessage()), fault.Message);
     }
+    // As deep as a blob may be, and no deeper.
+    const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    EXPECT_EQ(ReadError(nested(512)).GetCode(), 0u);
+    EXPECT_EQ(ReadError(nested(513)).GetCode(), Codes::TooDeep);
 }
 
 TEST(UnitNotationTest, JsonTextsNameTheLineOfASyntaxErrorAndThePointerOfADuplicateKey)
@@ -265,6 +269,18 @@ TEST(UnitNotationTest, JsonTextsNameTheLineOfASyntaxErrorAndThePointerOfADuplica
     EXPECT_EQ(
         Narrow(error.GetMessage()).rfind("s.json: the JSON text is malformed at line 3, column 11: ", 0), 0u)
         << Narrow(error.GetMessage());
+
+    try
+    {
+        ParseJsonText("[1, 2e400]", "s.json");
+        ADD_FAILURE();
+    }
+    catch (const Common::Error& caught)
+    {
+        EXPECT_EQ(caught.GetCode(), Codes::Syntax);
+        EXPECT_EQ(Narrow(caught.GetMessage()),
+                  "s.json: the JSON text is malformed: number overflow parsing '2e400'");
+    }
 
     try
     {
