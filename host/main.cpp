@@ -1,0 +1,81 @@
+// veltrix-host: the reference host. It loads the alerts add-on and plays a scenario file against it on a
+// virtual clock, printing every alert call and step as a JSON line.
+//   veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--trace-level N]
+// Exit status: 0 when every expectation of the scenario held, 1 when one failed, 2 for a bad command
+// line, scenario, module or store file (nothing runs then).
+#include "common/Error.h"
+#include "common/StringConversion.h"
+#include "run/Runner.h"
+#include "run/Scenario.h"
+
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <string>
+
+namespace
+{
+
+int Usage()
+{
+    std::fprintf(stderr, "usage: veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--trace-level N]\n");
+    return 2;
+}
+
+std::string ErrorText(Common::Error error)
+{
+    std::string text;
+    for (; error.GetCode() != 0; error = error.GetSubError())
+    {
+        text += (text.empty() ? "" : "\n  caused by: ") + Core::ConvertToUtf8(error.GetMessage());
+    }
+    return text;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::string scenarioPath;
+    Host::Run::RunOptions options;
+    options.AddonPath = VELTRIX_DEFAULT_ADDON_PATH;
+    for (int index = 1; index < argc; ++index)
+    {
+        const std::string argument = argv[index];
+        const bool hasValue = index + 1 < argc;
+        if (argument == "--store" && hasValue)
+        {
+            options.StorePath = argv[++index];
+        }
+        else if (argument == "--addon" && hasValue)
+        {
+            options.AddonPath = argv[++index];
+        }
+        else if (argument == "--trace-level" && hasValue)
+        {
+            options.TraceLevel = static_cast<std::uint32_t>(std::stoul(argv[++index]));
+        }
+        else if (!argument.empty() && argument[0] != '-' && scenarioPath.empty())
+        {
+            scenarioPath = argument;
+        }
+        else
+        {
+            return Usage();
+        }
+    }
+    if (scenarioPath.empty())
+    {
+        return Usage();
+    }
+    try
+    {
+        const Host::Run::Scenario scenario = Host::Run::ReadScenario(scenarioPath);
+        return Host::Run::RunScenario(scenario, options, std::cout) ? 0 : 1;
+    }
+    catch (const Common::Error& error)
+    {
+        std::fprintf(stderr, "veltrix-host: %s\n", ErrorText(error).c_str());
+        return 2;
+    }
+}

@@ -1,0 +1,66 @@
+#include "run/EventLog.h"
+
+#include "scenario/UnitNotation.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <tuple>
+
+namespace Host::Run
+{
+
+void EventLog::AddAlert(AlertEvent event)
+{
+    const std::lock_guard lock(Lock);
+    Pending.push_back(std::move(event));
+}
+
+void EventLog::FlushAlerts()
+{
+    std::vector<AlertEvent> events;
+    {
+        const std::lock_guard lock(Lock);
+        events.swap(Pending);
+    }
+    std::vector<std::pair<AlertEvent, std::string>> lines;
+    for (AlertEvent& event : events)
+    {
+        nlohmann::ordered_json line;
+        line["time"] = static_cast<double>(event.TimeMilliseconds) / 1000.0;
+        line["event"] = event.Active ? "active" : "inactive";
+        line["inspector"] = event.Inspector;
+        line["id"] = Common::GuidToString(event.Id);
+        line["type"] = event.Type;
+        line["tenant"] = std::string(event.Tenant.begin(), event.Tenant.end());
+        if (event.Meta != nullptr)
+        {
+            line["meta"] = ::Host::Scenario::WriteUnit(*event.Meta);
+        }
+        lines.emplace_back(std::move(event), line.dump());
+    }
+    // Calls of one instant from different threads come in any order; the text settles ties.
+    std::stable_sort(lines.begin(), lines.end(),
+                     [](const auto& left, const auto& right)
+                     {
+                         return std::tie(left.first.TimeMilliseconds, left.first.InspectorOrder,
+                                         left.second) < std::tie(right.first.TimeMilliseconds,
+                                                                 right.first.InspectorOrder, right.second);
+                     });
+    const std::lock_guard lock(Lock);
+    for (auto& [event, text] : lines)
+    {
+        Out << text << '\n';
+        History.push_back(std::move(event));
+    }
+    Out.flush();
+}
+
+void EventLog::Print(const std::string& line)
+{
+    FlushAlerts();
+    const std::lock_guard lock(Lock);
+    Out << line << '\n';
+    Out.flush();
+}
+
+} // namespace Host::Run
