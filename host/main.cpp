@@ -1,14 +1,18 @@
 // veltrix-host: the reference host. It loads the alerts add-on and plays a scenario file against it on a
 // virtual clock, printing every alert call and step as a JSON line.
-//   veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--trace-level N]
+//   veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N]
+// The inspectors' log (channel "alerts") goes to --log FILE, else to $VELTRIX_LOG_FILE, else nowhere, so
+// standard output holds the JSON lines alone.
 // Exit status: 0 when every expectation of the scenario held, 1 when one failed, 2 for a bad command
 // line, scenario, module or store file (nothing runs then).
+#include "Platform/Logging.h"
 #include "common/Error.h"
 #include "common/StringConversion.h"
 #include "run/Runner.h"
 #include "run/Scenario.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
@@ -18,7 +22,9 @@ namespace
 
 int Usage()
 {
-    std::fprintf(stderr, "usage: veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--trace-level N]\n");
+    std::fprintf(
+        stderr,
+        "usage: veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N]\n");
     return 2;
 }
 
@@ -37,6 +43,7 @@ std::string ErrorText(Common::Error error)
 int main(int argc, char** argv)
 {
     std::string scenarioPath;
+    std::string logPath;
     Host::Run::RunOptions options;
     options.AddonPath = VELTRIX_DEFAULT_ADDON_PATH;
     for (int index = 1; index < argc; ++index)
@@ -46,6 +53,10 @@ int main(int argc, char** argv)
         if (argument == "--store" && hasValue)
         {
             options.StorePath = argv[++index];
+        }
+        else if (argument == "--log" && hasValue)
+        {
+            logPath = argv[++index];
         }
         else if (argument == "--addon" && hasValue)
         {
@@ -67,6 +78,10 @@ int main(int argc, char** argv)
     if (scenarioPath.empty())
     {
         return Usage();
+    }
+    if (!logPath.empty() || std::getenv("VELTRIX_LOG_FILE") == nullptr)
+    {
+        Logging_SetOutputFile(logPath.empty() ? "/dev/null" : logPath.c_str());
     }
     try
     {

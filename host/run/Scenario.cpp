@@ -28,10 +28,9 @@ public:
 
     [[noreturn]] void Fail(const std::string& problem) const
     {
-        const std::u16string text =
-            Common::FormatText(Common::GetText(Common::Texts::HostScenarioFault),
-                               {Core::ConvertFromUtf8(File), Core::ConvertFromUtf8(Where),
-                                Core::ConvertFromUtf8(problem)});
+        const std::u16string text = Common::FormatText(
+            Common::GetText(Common::Texts::HostScenarioFault),
+            {Core::ConvertFromUtf8(File), Core::ConvertFromUtf8(Where), Core::ConvertFromUtf8(problem)});
         throw Common::Error(COMMON_LOCATION("Host::Run::ReadScenario"), ScenarioFault,
                             Common::WideStringView(text));
     }
@@ -63,7 +62,7 @@ const nlohmann::json& Field(const nlohmann::json& object, const char* name, cons
     const auto found = object.find(name);
     if (found == object.end())
     {
-        place.Fail("the field is missing");
+        place.Fail("\"" + std::string(name) + "\" is missing");
     }
     return *found;
 }
