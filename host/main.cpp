@@ -8,6 +8,7 @@
 #include "Platform/Logging.h"
 #include "common/Error.h"
 #include "common/StringConversion.h"
+#include "common/Trace.h"
 #include "run/Runner.h"
 #include "run/Scenario.h"
 
@@ -79,6 +80,9 @@ int main(int argc, char** argv)
     {
         return Usage();
     }
+    // The trace reaches the log through the add-on's binding; its own console output would mix with the
+    // JSON lines.
+    Common::SetDefaultOutputDisabled(true);
     if (!logPath.empty() || std::getenv("VELTRIX_LOG_FILE") == nullptr)
     {
         Logging_SetOutputFile(logPath.empty() ? "/dev/null" : logPath.c_str());

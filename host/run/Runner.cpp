@@ -191,8 +191,8 @@ private:
     void ReportFailure(Common::WideTextId text, const std::string& addon, const Common::Error& error)
     {
         nlohmann::ordered_json line = Line("error");
-        line["message"] = Core::ConvertToUtf8(
-            Common::FormatText(Common::GetText(text), {Core::ConvertFromUtf8(addon)}));
+        line["message"] =
+            Core::ConvertToUtf8(Common::FormatText(Common::GetText(text), {Core::ConvertFromUtf8(addon)}));
         line["cause"] = ChainText(error);
         Log.Print(line.dump());
         Held = false;
@@ -335,8 +335,8 @@ private:
                 nlohmann::ordered_json parts = nlohmann::ordered_json::array();
                 for (const Step& part : step.Batch)
                 {
-                    parts.push_back(
-                        {{"action", ActionName(part.Kind)}, {"object", ::Host::Scenario::WriteUnit(*part.Unit)}});
+                    parts.push_back({{"action", ActionName(part.Kind)},
+                                     {"object", ::Host::Scenario::WriteUnit(*part.Unit)}});
                     Write(part, &operations);
                 }
                 line["writes"] = std::move(parts);
@@ -354,6 +354,16 @@ private:
             case Action::Restart:
                 Log.Print(line.dump());
                 StopInspectors();
+                for (const Step& part : step.Batch)
+                {
+                    nlohmann::ordered_json offline = Line("step");
+                    offline["step"] = step.Index;
+                    offline["action"] = ActionName(part.Kind);
+                    offline["offline"] = true;
+                    offline["object"] = ::Host::Scenario::WriteUnit(*part.Unit);
+                    Log.Print(offline.dump());
+                    Write(part, nullptr);
+                }
                 if (!Options.StorePath.empty())
                 {
                     Client.reset();

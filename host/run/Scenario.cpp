@@ -213,9 +213,29 @@ Step ReadAction(const nlohmann::json& object, std::size_t index, const std::stri
         step.Password = Core::ConvertFromUtf8(Text(Field(value, "value", place), place));
         break;
     case Action::Restart:
-        if (value != true)
+        if (value.is_object() && value.size() == 1 && value.contains("offline") &&
+            value["offline"].is_array())
         {
-            place.Fail("expected true");
+            // Writes made while the inspectors are down, as a store changes while its host is stopped.
+            const nlohmann::json& offline = value["offline"];
+            for (std::size_t item = 0; item < offline.size(); ++item)
+            {
+                Step part = offline[item].is_object()
+                                ? ReadAction(offline[item], index,
+                                             valuePointer + "/offline/" + std::to_string(item), file, true)
+                                : Step{};
+                if (!offline[item].is_object() ||
+                    (part.Kind != Action::Create && part.Kind != Action::Store &&
+                     part.Kind != Action::Update && part.Kind != Action::Delete))
+                {
+                    place.Fail("\"offline\" holds create, store, update and delete actions only");
+                }
+                step.Batch.push_back(std::move(part));
+            }
+        }
+        else if (value != true)
+        {
+            place.Fail("expected true, or {\"offline\": [writes made while the inspectors are down]}");
         }
         break;
     case Action::Advance:

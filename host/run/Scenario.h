@@ -8,7 +8,8 @@
 //   "objects"    array of units written to the store before the inspectors start (a new store only)
 //   "steps"      array of steps, each an object with "at" (seconds from start, never going back) and one
 //                action: "create", "store", "update", "delete" (units), "batch" (array of one-action
-//                objects), "password" ({"scope", "value"}; an empty value removes it), "restart" (true),
+//                objects), "password" ({"scope", "value"}; an empty value removes it), "restart" (true, or
+//                {"offline": [writes]} made while the inspectors are down),
 //                "advance" (seconds, the clock moves on by so much more), or "expect" (see Expectation).
 // Units are written in the host's unit notation. Every fault names the file, the step and the field.
 #pragma once
