@@ -11,7 +11,6 @@
 #include "common/Log.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 namespace Alerts::Detail
@@ -27,13 +26,6 @@ std::uint32_t ToMilliseconds(std::uint32_t seconds)
 }
 
 } // namespace
-
-std::size_t ProgressReader::GuidHash::operator()(const Common::Guid& guid) const noexcept
-{
-    std::uint64_t halves[2];
-    std::memcpy(halves, &guid, sizeof(halves));
-    return static_cast<std::size_t>(halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15ull));
-}
 
 ProgressReader::ProgressReader(ActivityProgressAlertListener& listener, const Common::Guid& machineId,
                                Dml::SynchronousDataStore store, std::string addon)

@@ -6,6 +6,7 @@
 // the mutex guards the maps, and the listener is called outside it.
 #pragma once
 
+#include "alerts/utils/GuidHash.h"
 #include "common/Guid.h"
 #include "dml/ReportReader.h"
 #include "dml/SubscriptionReader.h"
@@ -71,11 +72,6 @@ public:
     bool IsPlanProcess(const Common::Guid& process) const;
 
 private:
-    struct GuidHash
-    {
-        std::size_t operator()(const Common::Guid& guid) const noexcept;
-    };
-
     // Enters the activity's info under the mutex; returns its alert type and the info it replaced.
     std::pair<const char*, std::optional<ActivityInfo>> UpdateActivityInfo(const Common::Guid& activityId,
                                                                            const Common::Guid& commandId,

@@ -6,12 +6,35 @@
 #include "alerts/utils/LogHelpers.h"
 #include "alerts/utils/MetaHelpers.h"
 #include "async/Errors.h"
-#include "por/UnitAccess.h"
+#include "por/Blob.h"
+#include "por/Unit.h"
 
+#include <set>
 #include <string>
 
 namespace Alerts::Detail
 {
+namespace
+{
+
+// The type as a text that lives as long as the process: the module's constant, or an interned copy.
+const char* InternType(std::string_view type)
+{
+    for (const char* known :
+         {AlertTypes::ActivityNotResponding, AlertTypes::BackupNotResponding, AlertTypes::BackupQueued})
+    {
+        if (type == known)
+        {
+            return known;
+        }
+    }
+    static std::mutex lock;
+    static std::set<std::string, std::less<>> others;
+    std::lock_guard<std::mutex> guard(lock);
+    return others.emplace(type).first->c_str();
+}
+
+} // namespace
 
 ActivityProgressAlertListener::ActivityProgressAlertListener(Dml::SynchronousDataStore store,
                                                              const Common::Guid& machineId)
@@ -52,17 +75,21 @@ void ActivityProgressAlertListener::ActivateAfter(std::uint32_t delay, const Com
                                                   Common::WideStringView tenantID)
 {
     Util::LogActivateAfter(delay, type, AlertId(subjectId), tenantID, partialMeta);
-    auto info = std::make_shared<ActivityTimeoutInfo>(
-        ActivityTimeoutInfo{subjectId, std::string(type), Por::Util::Copy(partialMeta, Por::GetUnitFactory()),
-                            Common::WideString(tenantID)});
+    auto info = std::make_shared<ActivityTimeoutInfo>();
+    info->SubjectID = subjectId;
+    info->Type = InternType(type);
+    if (!tenantID.empty())
+    {
+        info->TenantID = std::make_unique<const Common::WideString>(tenantID);
+    }
+    info->PartialMeta.reserve(Por::Util::GetBlobSize(partialMeta));
+    Por::Util::WriteBlob(partialMeta, info->PartialMeta);
     const Common::Guid key = TimerKey(subjectId, type);
     Entry replaced;
     {
         std::lock_guard<std::mutex> guard(Lock);
         // Armed under the mutex: its callback finds the map only once the entry is in it.
-        auto timer = TimerWithCallback::Start(
-            delay, info,
-            [this](const ActivityTimeoutInfo& fired, TimerWithCallback& self) { OnTimer(fired, self); });
+        auto timer = TimerWithCallback::Start(delay, info, &ActivityProgressAlertListener::OnTimer, this);
         Entry& slot = Timers[key];
         replaced = std::exchange(slot, Entry{std::move(timer), std::move(info)});
     }
@@ -105,7 +132,7 @@ void ActivityProgressAlertListener::Deactivate(const Common::Guid& subjectId, st
 
 void ActivityProgressAlertListener::StopAll()
 {
-    std::map<Common::Guid, Entry> timers;
+    std::unordered_map<Common::Guid, Entry, GuidHash> timers;
     {
         std::lock_guard<std::mutex> guard(Lock);
         timers.swap(Timers);
@@ -117,11 +144,13 @@ void ActivityProgressAlertListener::StopAll()
     }
 }
 
-void ActivityProgressAlertListener::OnTimer(const ActivityTimeoutInfo& info, TimerWithCallback& timer)
+void ActivityProgressAlertListener::OnTimer(void* self, const ActivityTimeoutInfo& info,
+                                            TimerWithCallback& timer)
 {
+    auto& listener = *static_cast<ActivityProgressAlertListener*>(self);
     try
     {
-        OnTimeoutAction(info);
+        listener.OnTimeoutAction(info);
     }
     catch (const Common::Error& error)
     {
@@ -130,11 +159,12 @@ void ActivityProgressAlertListener::OnTimer(const ActivityTimeoutInfo& info, Tim
     }
     catch (...)
     {
-        const Common::ErrorLocation site = COMMON_LOCATION("Alerts::Detail::ActivityProgressAlertListener::OnTimer");
+        const Common::ErrorLocation site =
+            COMMON_LOCATION("Alerts::Detail::ActivityProgressAlertListener::OnTimer");
         Util::LogTimeoutFailure(site, info.Type, Async::Errors::CurrentException(site, u"Timeout"));
     }
     // Only this timer's own entry: a newer timer of the key may have replaced it meanwhile.
-    Entry own = TakeOut(TimerKey(info.SubjectID, info.Type), &timer);
+    Entry own = listener.TakeOut(TimerKey(info.SubjectID, info.Type), &timer);
     if (own.first != nullptr)
     {
         own.first->Stop();
@@ -144,15 +174,21 @@ void ActivityProgressAlertListener::OnTimer(const ActivityTimeoutInfo& info, Tim
 void ActivityProgressAlertListener::OnTimeoutAction(const ActivityTimeoutInfo& info)
 {
     const Common::Guid id = AlertId(info.SubjectID);
-    const Por::Unit meta = Util::GetProgressMeta(*info.PartialMeta, Store, MachineID, info.Type);
+    Por::UnitPtr partialMeta = Por::Util::ReadBlob(info.PartialMeta, Por::GetUnitFactory());
+    if (partialMeta == nullptr)
+    {
+        partialMeta = Por::Unit::Composite().GetRoot();
+    }
+    const Por::Unit meta = Util::GetProgressMeta(*partialMeta, Store, MachineID, info.Type);
     const std::shared_ptr<Listener> next = GetNext();
     if (next == nullptr)
     {
         return;
     }
     // Cleared first, so that a later firing replaces the meta of an alert still standing.
-    next->OnInactive(id, info.Type, info.TenantID);
-    next->OnActive(id, info.Type, meta.Get(), info.TenantID);
+    const Common::WideString tenantID = info.GetTenantID();
+    next->OnInactive(id, info.Type, tenantID);
+    next->OnActive(id, info.Type, meta.Get(), tenantID);
 }
 
 } // namespace Alerts::Detail

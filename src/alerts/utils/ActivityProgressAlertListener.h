@@ -8,6 +8,7 @@
 
 #include "alerts/contract/Listener.h"
 #include "alerts/utils/ActivityTimeoutInfo.h"
+#include "alerts/utils/GuidHash.h"
 #include "alerts/utils/TimerWithCallback.h"
 #include "common/Guid.h"
 #include "common/NonCopyable.h"
@@ -16,10 +17,10 @@
 #include "por/Forward.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace Alerts::Detail
@@ -56,7 +57,7 @@ public:
 private:
     using Entry = std::pair<std::shared_ptr<TimerWithCallback>, std::shared_ptr<ActivityTimeoutInfo>>;
 
-    void OnTimer(const ActivityTimeoutInfo& info, TimerWithCallback& timer);
+    static void OnTimer(void* self, const ActivityTimeoutInfo& info, TimerWithCallback& timer);
     // Clears and raises the subject's alert with the full meta.
     void OnTimeoutAction(const ActivityTimeoutInfo& info);
     // Takes the key's entry out of the map; with `only` set, only when it holds that timer.
@@ -66,8 +67,8 @@ private:
     const Dml::SynchronousDataStore Store;
     const Common::Guid MachineID;
     std::mutex Lock;
-    std::shared_ptr<Listener> Next;       // guarded by Lock
-    std::map<Common::Guid, Entry> Timers; // guarded by Lock
+    std::shared_ptr<Listener> Next;                           // guarded by Lock
+    std::unordered_map<Common::Guid, Entry, GuidHash> Timers; // guarded by Lock
 };
 
 } // namespace Alerts::Detail

@@ -5,19 +5,20 @@
 namespace Alerts::Detail
 {
 
-TimerWithCallback::TimerWithCallback(std::weak_ptr<ActivityTimeoutInfo> info, Callback callback)
-    : Info(std::move(info)), OnTimeout(std::move(callback))
+TimerWithCallback::TimerWithCallback(Token, std::weak_ptr<ActivityTimeoutInfo> info, Callback callback,
+                                     void* context)
+    : Info(std::move(info)), OnTimeout(callback), Context(context)
 {
 }
 
-std::shared_ptr<TimerWithCallback>
-TimerWithCallback::Start(std::uint32_t delay, std::weak_ptr<ActivityTimeoutInfo> info, Callback callback)
+std::shared_ptr<TimerWithCallback> TimerWithCallback::Start(std::uint32_t delay,
+                                                            std::weak_ptr<ActivityTimeoutInfo> info,
+                                                            Callback callback, void* context)
 {
-    std::shared_ptr<TimerWithCallback> timer(new TimerWithCallback(std::move(info), std::move(callback)));
-    // Armed only once the object is complete and owned, so the callback can always take a reference.
-    Common::Timeout armed(&TimerWithCallback::Fire, timer.get(), delay, true);
-    std::lock_guard<std::mutex> guard(timer->Lock);
-    timer->Timer = std::move(armed);
+    auto timer = std::make_shared<TimerWithCallback>(Token{}, std::move(info), callback, context);
+    // Armed only once the object is complete and owned, so the callback can always take a reference. The
+    // callback reads nothing of the handle, so it may fire before the handle is stored.
+    timer->Timer = Common::Timeout(&TimerWithCallback::Fire, timer.get(), delay, true);
     return timer;
 }
 
@@ -28,12 +29,7 @@ TimerWithCallback::~TimerWithCallback()
 
 void TimerWithCallback::Stop()
 {
-    Common::Timeout timer;
-    {
-        std::lock_guard<std::mutex> guard(Lock);
-        timer = Timer;
-    }
-    timer.Stop();
+    Timer.Stop();
 }
 
 unsigned TimerWithCallback::Fire(void* argument)
@@ -50,7 +46,7 @@ unsigned TimerWithCallback::Fire(void* argument)
     {
         return 0; // dropped before it fired
     }
-    self->OnTimeout(*info, *self);
+    self->OnTimeout(self->Context, *info, *self);
     return 0;
 }
 

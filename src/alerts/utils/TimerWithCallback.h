@@ -1,8 +1,8 @@
 // Alerts::Detail::TimerWithCallback: an asynchronous Common::Timeout that calls back with the
 // ActivityTimeoutInfo it watches. The info is held weakly: a timer whose info has gone (its watchdog was
 // dropped or replaced) ends at once when it fires late. Made by Start, held by std::shared_ptr; the
-// callback keeps the timer alive while it runs, so its owner may drop it from inside the callback.
-// Thread-safe.
+// callback keeps the timer alive while it runs, so its owner may drop it from inside the callback. Stop
+// and destruction are thread-safe once Start has returned; the owner publishes the timer only then.
 #pragma once
 
 #include "alerts/utils/ActivityTimeoutInfo.h"
@@ -10,22 +10,26 @@
 #include "common/Timeout.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <mutex>
 
 namespace Alerts::Detail
 {
 
 class TimerWithCallback : Common::NonCopyable, public std::enable_shared_from_this<TimerWithCallback>
 {
+    struct Token
+    {
+    };
+
 public:
-    // Runs on a pool thread with the info, which lives for the call, and the firing timer. Must not throw.
-    using Callback = std::function<void(const ActivityTimeoutInfo& info, TimerWithCallback& timer)>;
+    // Runs on a pool thread with the context given to Start, the info, which lives for the call, and the
+    // firing timer. Must not throw. (A plain function: a busy agent keeps one timer per running process.)
+    using Callback = void (*)(void* context, const ActivityTimeoutInfo& info, TimerWithCallback& timer);
 
     // Armed for `delay` milliseconds. Throws Common::Error code 7 when no thread can be started.
     static std::shared_ptr<TimerWithCallback>
-    Start(std::uint32_t delay, std::weak_ptr<ActivityTimeoutInfo> info, Callback callback);
+    Start(std::uint32_t delay, std::weak_ptr<ActivityTimeoutInfo> info, Callback callback, void* context);
+    TimerWithCallback(Token, std::weak_ptr<ActivityTimeoutInfo> info, Callback callback, void* context);
     // Stops and waits for a running callback (not from inside it).
     ~TimerWithCallback();
 
@@ -33,13 +37,12 @@ public:
     void Stop();
 
 private:
-    TimerWithCallback(std::weak_ptr<ActivityTimeoutInfo> info, Callback callback);
     static unsigned Fire(void* argument);
 
     const std::weak_ptr<ActivityTimeoutInfo> Info;
     const Callback OnTimeout;
-    std::mutex Lock; // guards Timer's handle, not the timer itself
-    Common::Timeout Timer;
+    void* const Context;
+    Common::Timeout Timer; // set by Start before anyone else can reach the object
 };
 
 } // namespace Alerts::Detail
