@@ -38,13 +38,14 @@ void EventLog::FlushAlerts()
         }
         lines.emplace_back(std::move(event), line.dump());
     }
-    // Calls of one instant from different threads come in any order; the text settles ties.
+    // Inspectors run on threads of their own, so calls of one instant from different inspectors come in
+    // any order: they are put in the inspectors' order. One inspector's calls keep the order it made
+    // them in (a clear before a raise stays so).
     std::stable_sort(lines.begin(), lines.end(),
                      [](const auto& left, const auto& right)
                      {
-                         return std::tie(left.first.TimeMilliseconds, left.first.InspectorOrder,
-                                         left.second) < std::tie(right.first.TimeMilliseconds,
-                                                                 right.first.InspectorOrder, right.second);
+                         return std::tie(left.first.TimeMilliseconds, left.first.InspectorOrder) <
+                                std::tie(right.first.TimeMilliseconds, right.first.InspectorOrder);
                      });
     const std::lock_guard lock(Lock);
     for (auto& [event, text] : lines)

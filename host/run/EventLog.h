@@ -1,7 +1,7 @@
 // Host::Run::EventLog: what a run prints, one JSON object per line. Alert calls arrive from readers and
 // timers on any thread; they wait here until the step that caused them has settled, and are then
-// printed in a fixed order (time, inspector, call, type, id), so the same scenario always prints the
-// same bytes. Lines the runner writes itself (steps, errors, expectations) go out at once, in order.
+// printed by time and inspector, each inspector's calls in the order it made them, so the same scenario
+// always prints the same bytes. Lines the runner writes itself (steps, errors, expectations) go out at once, in order.
 #pragma once
 
 #include "common/Guid.h"
