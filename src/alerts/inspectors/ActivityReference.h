@@ -15,11 +15,13 @@
 namespace Alerts::Detail
 {
 
-// A line of the channel "alerts" whose "%s" are the guids' texts, in order.
+// A line of the channel "alerts" whose "%s" are the guids' texts, in order (one at least).
 template <typename... Guids>
-void LogGuids(const Common::ErrorLocation& site, int level, const char* format, const Guids&... guids)
+void LogGuids(const Common::ErrorLocation& site, int level, const char* format, const Common::Guid& first,
+              const Guids&... rest)
 {
-    Logging::Log(site, level, Util::GetAlertsChannel(), format, Common::GuidToString(guids).c_str()...);
+    Logging::Log(site, level, Util::GetAlertsChannel(), format, Common::GuidToString(first).c_str(),
+                 Common::GuidToString(rest).c_str()...);
 }
 
 // The activity's "ID"; throws the Por error of a missing or mistyped key.

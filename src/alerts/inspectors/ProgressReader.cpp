@@ -157,8 +157,8 @@ Por::Unit ProgressReader::GetPartialMeta(const Por::View::Unit& activity, const 
     Util::CopyGuid(meta, MetaKeys::PlanID, activity, ".Environment.ProtectionPlanID", Addon, false);
     Util::CopyGuid(meta, MetaKeys::InstanceID, activity, ".Environment.InstanceID", Addon, false);
     Util::CopyGuid(meta, MetaKeys::ParentProcess, activity, ".Origin.ParentProcess", Addon, true);
-    LogGuids(COMMON_LOCATION(Function), LogLevels::Debug,
-             "GetPartialMeta: Copied ProtectionPlanID, InstanceID, and ParentProcess to partialMeta");
+    Logging::Log(COMMON_LOCATION(Function), LogLevels::Debug, Util::GetAlertsChannel(), "%s",
+                 "GetPartialMeta: Copied ProtectionPlanID, InstanceID, and ParentProcess to partialMeta");
     const bool isBusiness = Util::ActivityWalker::IsBusiness(activity);
     Logging::Log(COMMON_LOCATION(Function), LogLevels::Debug, Util::GetAlertsChannel(),
                  "GetPartialMeta: Determined isBusiness = %s", isBusiness ? "true" : "false");
