@@ -328,4 +328,20 @@ TEST_F(NotRespondingTest, StopAndStartWipeTheStoredAlertsAndReportRunningActivit
     EXPECT_EQ(Host->TakeLines(), Fired("BackupNotResponding", Process));
 }
 
+TEST_F(NotRespondingTest, AFailedWipeLeavesStartBeforeEitherFeed)
+{
+    Write.Create(TimingTesting::MakeRunning(Id(1), OtherCommand, Process));
+    Holder = std::make_unique<Runtime::ServiceHolder>(Parts.MakeServiceHolder());
+    Inspector = Alerts::Detail::CreateActivityNotRespondingInspector(*Holder);
+    Inspector->Initialize(Host, Durations(100, 60, 5).Get());
+    Parts.GetStore().FailNextWrite(Common::Error(COMMON_LOCATION("NotRespondingTest"), 0x00FC0001));
+    EXPECT_THROW(Inspector->Start(), Common::Error);
+    Time.Seconds(200);
+    EXPECT_TRUE(Host->Take().empty());
+    Inspector->Start();
+    Async::Detail::WaitUntilIdle();
+    Time.Seconds(100);
+    EXPECT_EQ(Host->TakeLines(), Fired("ActivityNotResponding", Process));
+}
+
 } // namespace
