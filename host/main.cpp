@@ -1,8 +1,9 @@
 // veltrix-host: the reference host. It loads the alerts add-on and plays a scenario file against it on a
 // virtual clock, printing every alert call and step as a JSON line.
-//   veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N]
+//   veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N] [--html FILE]
 // The inspectors' log (channel "alerts") goes to --log FILE, else to $VELTRIX_LOG_FILE, else nowhere, so
-// standard output holds the JSON lines alone.
+// standard output holds the JSON lines alone. --html FILE writes the run's alert timeline, a page that needs
+// no network, at the end.
 // Exit status: 0 when every expectation of the scenario held, 1 when one failed, 2 for a bad command
 // line, scenario, module or store file (nothing runs then).
 #include "Platform/Logging.h"
@@ -12,9 +13,11 @@
 #include "run/Runner.h"
 #include "run/Scenario.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <string>
 
@@ -24,8 +27,8 @@ namespace
 int Usage()
 {
     std::fprintf(
-        stderr,
-        "usage: veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N]\n");
+        stderr, "usage: veltrix-host SCENARIO [--store FILE] [--addon MODULE] [--log FILE] [--trace-level N] "
+                "[--html FILE]\n");
     return 2;
 }
 
@@ -45,6 +48,7 @@ int main(int argc, char** argv)
 {
     std::string scenarioPath;
     std::string logPath;
+    std::string htmlPath;
     Host::Run::RunOptions options;
     options.AddonPath = VELTRIX_DEFAULT_ADDON_PATH;
     for (int index = 1; index < argc; ++index)
@@ -58,6 +62,10 @@ int main(int argc, char** argv)
         else if (argument == "--log" && hasValue)
         {
             logPath = argv[++index];
+        }
+        else if (argument == "--html" && hasValue)
+        {
+            htmlPath = argv[++index];
         }
         else if (argument == "--addon" && hasValue)
         {
@@ -90,7 +98,26 @@ int main(int argc, char** argv)
     try
     {
         const Host::Run::Scenario scenario = Host::Run::ReadScenario(scenarioPath);
-        return Host::Run::RunScenario(scenario, options, std::cout) ? 0 : 1;
+        // Opened before the run, so a path that can't be written stops the host before anything runs.
+        std::ofstream page;
+        if (!htmlPath.empty())
+        {
+            page.open(htmlPath, std::ios::binary | std::ios::trunc);
+            if (!page)
+            {
+                std::fprintf(stderr, "veltrix-host: cannot write %s: %s\n", htmlPath.c_str(),
+                             std::strerror(errno));
+                return 2;
+            }
+        }
+        const bool held =
+            Host::Run::RunScenario(scenario, options, std::cout, htmlPath.empty() ? nullptr : &page);
+        if (page.is_open() && !page.flush())
+        {
+            std::fprintf(stderr, "veltrix-host: cannot write %s\n", htmlPath.c_str());
+            return 2;
+        }
+        return held ? 0 : 1;
     }
     catch (const Common::Error& error)
     {

@@ -12,7 +12,16 @@ namespace Host::Run
 void EventLog::AddAlert(AlertEvent event)
 {
     const std::lock_guard lock(Lock);
+    event.Cause = Cause;
+    event.Step = CauseStep;
     Pending.push_back(std::move(event));
+}
+
+void EventLog::SetCause(AlertCause cause, std::size_t step)
+{
+    const std::lock_guard lock(Lock);
+    Cause = cause;
+    CauseStep = step;
 }
 
 void EventLog::FlushAlerts()
@@ -62,6 +71,7 @@ void EventLog::Print(const std::string& line)
     const std::lock_guard lock(Lock);
     Out << line << '\n';
     Out.flush();
+    Lines.push_back(line);
 }
 
 } // namespace Host::Run

@@ -23,6 +23,7 @@
 #include "run/AddonModule.h"
 #include "run/AlertBook.h"
 #include "run/EventLog.h"
+#include "run/TimelinePage.h"
 #include "scenario/UnitNotation.h"
 #include "store/MemoryStore.h"
 #include "store/SqlitePersistence.h"
@@ -131,13 +132,33 @@ public:
         for (const Step& step : Plan.Steps)
         {
             MoveTo(step.AtMilliseconds);
+            if (step.Kind != Action::Expect)
+            {
+                // An advance only moves the clock, so what comes then comes from timers.
+                Log.SetCause(step.Kind == Action::Advance ? AlertCause::Clock : AlertCause::Step, step.Index);
+            }
             Execute(step);
             Settle();
             Log.FlushAlerts();
         }
+        Log.SetCause(AlertCause::Stop);
         StopInspectors();
         Summary();
         return Held;
+    }
+
+    // What the run printed, for its timeline page; call after Play.
+    TimelineRun TakeTimeline()
+    {
+        TimelineRun timeline{Plan.File, Plan.StartSeconds, {}, Log.TakeAll(), Log.TakeLines()};
+        for (LoadedAddon& addon : Module.GetAddons())
+        {
+            if (addon.Factory != nullptr)
+            {
+                timeline.Inspectors.push_back(addon.Name);
+            }
+        }
+        return timeline;
     }
 
 private:
@@ -174,6 +195,7 @@ private:
     {
         if (milliseconds > Now())
         {
+            Log.SetCause(AlertCause::Clock);
             Clock.Advance(milliseconds - Now());
             Settle();
             Log.FlushAlerts();
@@ -496,10 +518,15 @@ private:
 
 } // namespace
 
-bool RunScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out)
+bool RunScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out, std::ostream* page)
 {
     Run run(scenario, options, out);
-    return run.Play();
+    const bool held = run.Play();
+    if (page != nullptr)
+    {
+        WriteTimelinePage(run.TakeTimeline(), *page);
+    }
+    return held;
 }
 
 } // namespace Host::Run

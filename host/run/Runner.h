@@ -25,7 +25,9 @@ struct RunOptions
 };
 
 // Runs `scenario`; returns whether every expectation held. Throws Common::Error when the add-on or the
-// store file cannot be opened, before any step runs.
-bool RunScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out);
+// store file cannot be opened, before any step runs. With `page`, writes the run's timeline page there
+// at the end (TimelinePage.h).
+bool RunScenario(const Scenario& scenario, const RunOptions& options, std::ostream& out,
+                 std::ostream* page = nullptr);
 
 } // namespace Host::Run
