@@ -192,6 +192,7 @@ header button { font: inherit; padding: 1px 9px; }
 .bar { position: absolute; min-width: 3px; background: #d9534f; border-radius: 2px; cursor: pointer; }
 .bar.open { background: #b23a37; }
 .bar.selected { outline: 2px solid #1d232b; z-index: 1; }
+.finding .bar:not(.match) { opacity: .15; }
 .bar i { position: absolute; top: 0; bottom: 0; width: 2px; background: #ffd7d4; }
 #details { padding: 10px 16px 24px; }
 #details h2 { font-size: 15px; margin: 0 0 6px; }
@@ -211,6 +212,7 @@ footer { padding: 0 16px 12px; color: #56606c; }
   <div class="tools">
     <span>Zoom <button id="zoom-out" title="Zoom out">&minus;</button> <button id="zoom-in" title="Zoom in">+</button>
       <button id="zoom-fit">Fit</button> <span id="zoom-text"></span></span>
+    <span>Find <input id="find" type="search" placeholder="id or type" size="24"> <span id="find-text"></span></span>
     <span class="legend"><span><i style="background:#d9534f"></i>alert</span><span><i style="background:#b23a37"></i>still active at the end</span><span><i style="background:#2f6fd0;width:3px"></i>store write</span><span><i style="background:#8aa9d8;width:3px"></i>write while down</span><span><i style="background:#c62828;width:4px"></i>restart</span><span><i style="background:#9aa3ad;width:3px"></i>other step</span><span><i style="background:#e08a00;width:2px;height:6px"></i>timer firing</span><span><i style="background:#ffd7d4;width:2px;outline:1px solid #d9534f"></i>repeated activation</span></span>
   </div>
 </header>
@@ -294,6 +296,8 @@ const char* const PageScript = R"html(</script>
   const canvas = document.getElementById("canvas");
   canvas.innerHTML = rows.join("");
   document.getElementById("names").innerHTML = names.join("");
+  const barElements = [];
+  canvas.querySelectorAll(".bar").forEach((e) => { barElements[Number(e.dataset.bar)] = e; });
 
   // The axis: about one label per 110 pixels, at 1, 2 or 5 times a power of ten seconds.
   let zoom = 1;
@@ -325,14 +329,15 @@ const char* const PageScript = R"html(</script>
     if (cause.kind === "step") {
       const lines = stepLines.get(cause.step) || [];
       const action = lines.length ? lines[0].action : "?";
-      return {title: "step " + cause.step + " (" + action + ") at " + seconds(t), lines: lines.map((s) => s.line)};
+      return {title: "step " + cause.step + " (" + action + ") at " + seconds(t), heading: "The step",
+        lines: lines.map((s) => s.line)};
     }
     if (cause.kind === "timer") {
       let last = null;
       data.steps.forEach((s) => { if (s.t <= t && writes.has(s.action)) last = s; });
-      return {title: "timer, at " + seconds(t) + " with no step: the clock moved on" +
+      return {title: "timer: the clock moved on to " + seconds(t) + " with no step" +
         (last ? "; the latest store write before it: step " + last.step + " (" + last.action + ") at " + seconds(last.t) : ""),
-        lines: last ? [last.line] : []};
+        heading: "The latest store write before it", lines: last ? [last.line] : []};
     }
     return {title: cause.kind === "start" ? "the host starting the inspectors" : "the host stopping the inspectors", lines: []};
   }
@@ -343,8 +348,7 @@ const char* const PageScript = R"html(</script>
   function selectBar(index) {
     const bar = data.bars[index];
     document.querySelectorAll(".bar.selected").forEach((e) => e.classList.remove("selected"));
-    const element = canvas.querySelector('[data-bar="' + index + '"]');
-    if (element) element.classList.add("selected");
+    if (barElements[index]) barElements[index].classList.add("selected");
     const cause = causeText(bar.cause, bar.from);
     const clear = bar.clear === null ? "still active at the end" :
       causeText(bar.clear, bar.to).title + (bar.clear.type === "" ? ", clearing every type of the id" : "");
@@ -355,7 +359,7 @@ const char* const PageScript = R"html(</script>
       field("Repeated", "detail-repeats", bar.repeats.length ? bar.repeats.map(seconds).join(", ") : "no") +
       field("Caused by", "detail-cause", cause.title) + field("Cleared by", "detail-clear", clear) +
       '</dl><h3>Meta</h3><pre id="detail-meta">' + escape(pretty(bar.meta)) + "</pre>" +
-      (cause.lines.length ? '<h3>The store write</h3><pre id="detail-step">' + escape(cause.lines.map(pretty).join("\n")) + "</pre>" : "");
+      (cause.lines.length ? "<h3>" + cause.heading + '</h3><pre id="detail-step">' + escape(cause.lines.map(pretty).join("\n")) + "</pre>" : "");
   }
   function selectStep(index) {
     const s = data.steps[index];
@@ -369,16 +373,39 @@ const char* const PageScript = R"html(</script>
     if (step) selectStep(Number(step.dataset.step));
   });
 
+  // Find: bars whose id or type holds the text stand out; Enter clicks the first of them.
+  const find = document.getElementById("find");
+  let matches = [];
+  find.addEventListener("input", () => {
+    const text = find.value.trim().toLowerCase();
+    canvas.querySelectorAll(".bar.match").forEach((e) => e.classList.remove("match"));
+    canvas.classList.toggle("finding", text !== "");
+    matches = text === "" ? [] : data.bars.map((b, i) => (b.id.toLowerCase().includes(text) ||
+      b.type.toLowerCase().includes(text)) ? i : -1).filter((i) => i >= 0);
+    matches.forEach((i) => barElements[i].classList.add("match"));
+    document.getElementById("find-text").textContent = text === "" ? "" : matches.length + " found";
+  });
+  find.addEventListener("keydown", (event) => {
+    if (event.key !== "Enter" || !matches.length) return;
+    const element = barElements[matches[0]];
+    element.click();
+    element.scrollIntoView({block: "center", inline: "center"});
+  });
+
   void document.body.offsetHeight;
   const rendered = performance.now();
   document.getElementById("render-ms").textContent = rendered.toFixed(1);
 
-  // "#zoom=8&bar=3" opens the page zoomed in with the fourth bar clicked; "selftest" writes what the page
-  // shows into #selftest for a headless browser's dumped document.
+  // "#zoom=8&find=Backup&bar=3" opens the page zoomed in, finding "Backup", with the fourth bar clicked;
+  // "selftest" writes what the page shows into #selftest for a headless browser's dumped document.
   const options = new URLSearchParams(location.hash.slice(1));
   if (options.has("zoom")) setZoom(Number(options.get("zoom")) || 1);
+  if (options.has("find")) {
+    find.value = options.get("find");
+    find.dispatchEvent(new Event("input"));
+  }
   if (options.has("bar")) {
-    const element = canvas.querySelector('[data-bar="' + Number(options.get("bar")) + '"]');
+    const element = barElements[Number(options.get("bar"))];
     if (element) { element.click(); element.scrollIntoView({block: "nearest", inline: "center"}); }
   }
   if (options.has("selftest")) {
