@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <ctime>
+#include <thread>
 
 namespace Common
 {
@@ -30,6 +31,26 @@ public:
 
 RealClock Real;
 std::atomic<Clock*> Installed{&Real};
+// Readings in progress. A reading counts itself before it loads the clock, so SetClock, which stores the
+// new clock before it looks here, sees every reading that may have loaded the old one.
+std::atomic<std::uint32_t> Readings{0};
+
+// Holds the installed clock for one reading.
+class Reading
+{
+public:
+    Reading()
+        : Used((Readings.fetch_add(1, std::memory_order_seq_cst), Installed.load(std::memory_order_seq_cst)))
+    {
+    }
+    ~Reading() { Readings.fetch_sub(1, std::memory_order_release); }
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+    Clock* operator->() const { return Used; }
+
+private:
+    Clock* const Used;
+};
 
 } // namespace
 
@@ -40,7 +61,28 @@ Clock& GetClock()
 
 void SetClock(Clock* clock)
 {
-    Installed.store(clock != nullptr ? clock : &Real, std::memory_order_release);
+    Installed.store(clock != nullptr ? clock : &Real, std::memory_order_seq_cst);
+    // Readings are a few instructions long; one that started after the store uses the new clock and may
+    // hold the count up a moment, never the old clock.
+    while (Readings.load(std::memory_order_seq_cst) != 0)
+    {
+        std::this_thread::yield();
+    }
+}
+
+std::uint32_t GetTickCount()
+{
+    return Reading()->GetTickCount();
+}
+
+WallTime GetWallTime()
+{
+    return Reading()->GetWallTime();
+}
+
+std::uint32_t GetRealWait(std::uint32_t milliseconds)
+{
+    return Reading()->RealWait(milliseconds);
 }
 
 } // namespace Common

@@ -26,14 +26,17 @@ public:
     virtual std::uint32_t RealWait(std::uint32_t milliseconds) { return milliseconds; }
 };
 
-// The installed clock. Thread-safe; the pointer is read without a lock.
+// The installed clock. Thread-safe; the pointer is read without a lock, so a caller that keeps the
+// reference must know that the clock stays installed. The readings below hold it for one call only.
 Clock& GetClock();
-// Installs `clock` (null restores the real clock); the caller keeps it alive while installed.
+// Installs `clock` (null restores the real clock); the caller keeps it alive while installed. Returns
+// once no reading below still uses the clock it replaced (the timeout monitor's thread reads the clock at
+// any time), so that clock may be destroyed then.
 void SetClock(Clock* clock);
 
-inline std::uint32_t GetTickCount()
-{
-    return GetClock().GetTickCount();
-}
+// The installed clock's readings, each safe against a SetClock on another thread.
+std::uint32_t GetTickCount();
+WallTime GetWallTime();
+std::uint32_t GetRealWait(std::uint32_t milliseconds);
 
 } // namespace Common

@@ -357,7 +357,7 @@ DateTime DateTime::FromCalendar(const std::tm& calendar, std::int32_t nanosecond
 
 DateTime DateTime::Now(DateTimeKind kind)
 {
-    const WallTime now = GetClock().GetWallTime();
+    const WallTime now = GetWallTime();
     return DateTime(now.Seconds, now.Nanoseconds, kind);
 }
 

@@ -324,7 +324,7 @@ unsigned TimeoutMonitor::Run(void* argument)
             break;
         }
         const auto wait = static_cast<std::uint32_t>(std::min<std::uint64_t>(delay, Event::Infinite - 1));
-        data->Wakeup.Wait(delay == Event::Infinite ? Event::Infinite : GetClock().RealWait(wait));
+        data->Wakeup.Wait(delay == Event::Infinite ? Event::Infinite : GetRealWait(wait));
     }
     return 0;
 }

@@ -8,7 +8,7 @@
 namespace Common
 {
 
-VirtualClock::VirtualClock() : VirtualClock(GetClock().GetTickCount(), GetClock().GetWallTime()) {}
+VirtualClock::VirtualClock() : VirtualClock(Common::GetTickCount(), Common::GetWallTime()) {}
 
 VirtualClock::VirtualClock(std::uint64_t ticks, WallTime wallTime)
     : StartTicks(ticks), StartWallTime(wallTime)

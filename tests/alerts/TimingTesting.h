@@ -6,7 +6,6 @@
 #include "AlertTesting.h"
 #include "async/DefaultService.h"
 #include "common/Clock.h"
-#include "common/Timeout.h"
 #include "common/VirtualClock.h"
 #include "dml/KeyPattern.h"
 #include "dml/SynchronousDataStore.h"
@@ -23,14 +22,8 @@ namespace TimingTesting
 struct VirtualTime
 {
     VirtualTime() { Common::SetClock(&Clock); }
-    // The monitor's thread may be in a pass that still reads this clock (Settle wakes it and need not wait
-    // for it): a timeout fired by a later pass, under the real clock, tells that the pass is over.
-    ~VirtualTime()
-    {
-        Common::SetClock(nullptr);
-        Common::Timeout fence([](void*) -> unsigned { return 0; }, nullptr, 0, false);
-        fence.Wait();
-    }
+    // SetClock returns once the monitor's thread no longer reads this clock.
+    ~VirtualTime() { Common::SetClock(nullptr); }
     void Seconds(std::uint64_t seconds) { Clock.Advance(seconds * 1000); }
     std::int64_t Now() { return Common::GetClock().GetWallTime().Seconds; }
     Common::VirtualClock Clock;
