@@ -4,6 +4,7 @@
 #include "por/DecoratorBasics.h"
 #include "por/Unit.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace Host::Store::Detail
@@ -33,7 +34,15 @@ std::vector<std::string> GetClassCodes(const Por::View::Unit& object)
 {
     std::vector<std::string> codes;
     auto collect = Por::MakeProcessor<const Por::View::Trait>(
-        [&](const Por::View::Trait& trait) { codes.push_back(MakeKeyCode(trait.GetValue())); });
+        [&](const Por::View::Trait& trait)
+        {
+            std::string code = MakeKeyCode(trait.GetValue());
+            // A class named twice counts once: the table's per-class figures count objects.
+            if (std::find(codes.begin(), codes.end(), code) == codes.end())
+            {
+                codes.push_back(std::move(code));
+            }
+        });
     object.GetTraits().ForEachNamed("Is", collect);
     return codes;
 }

@@ -14,7 +14,8 @@ namespace Host::Store::Detail
 // The blob form of the unit's value and of everything below it, without the root's own traits.
 std::string MakeKeyCode(const Por::View::Unit& key);
 
-// The codes of the values of the unit's "Is" traits: one per level of its class chain, in trait order.
+// The codes of the values of the unit's "Is" traits: one per level of its class chain, in trait order,
+// each once.
 std::vector<std::string> GetClassCodes(const Por::View::Unit& object);
 
 } // namespace Host::Store::Detail

@@ -39,20 +39,39 @@ const ObjectTable::OrderedObjects* ObjectTable::FindClass(const std::string& cla
     return found != ByClass.end() ? &found->second : nullptr;
 }
 
+std::size_t ObjectTable::CountKeyedAt(const std::string& classCode, const std::u16string& keyPath) const
+{
+    const auto found = KeyPaths.find({classCode, keyPath});
+    return found != KeyPaths.end() ? found->second : 0;
+}
+
 void ObjectTable::Index(const StoredObjectPtr& object)
 {
     All.emplace(object->Ordinal, object);
+    ++KeyPaths[{std::string(), object->KeyPath}];
     for (const std::string& code : object->ClassCodes)
     {
         ByClass[code].emplace(object->Ordinal, object);
+        ++KeyPaths[{code, object->KeyPath}];
+    }
+}
+
+void ObjectTable::CountOut(const std::string& classCode, const std::u16string& keyPath)
+{
+    const auto found = KeyPaths.find({classCode, keyPath});
+    if (found != KeyPaths.end() && --found->second == 0)
+    {
+        KeyPaths.erase(found);
     }
 }
 
 void ObjectTable::Unindex(const StoredObject& object)
 {
     All.erase(object.Ordinal);
+    CountOut(std::string(), object.KeyPath);
     for (const std::string& code : object.ClassCodes)
     {
+        CountOut(code, object.KeyPath);
         const auto found = ByClass.find(code);
         if (found != ByClass.end())
         {

@@ -1,5 +1,6 @@
 // Host::Store::Detail::ObjectTable: the objects of a store with their indexes: by key code, by creation
-// order, and by each class of an object's chain in creation order. Not locked: the store's lock guards it.
+// order, and by each class of an object's chain in creation order, with how many objects of each class
+// keep their key at each path. Not locked: the store's lock guards it.
 #pragma once
 
 #include "StoredObject.h"
@@ -9,6 +10,7 @@
 #include <map>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Host::Store::Detail
@@ -32,14 +34,18 @@ public:
     // The objects of one class in creation order, or null when the class has none.
     const OrderedObjects* FindClass(const std::string& classCode) const;
     std::size_t Size() const { return ByKey.size(); }
+    // How many objects of the class ("": of the whole table) keep their key at `keyPath`.
+    std::size_t CountKeyedAt(const std::string& classCode, const std::u16string& keyPath) const;
 
 private:
     void Index(const StoredObjectPtr& object);
     void Unindex(const StoredObject& object);
+    void CountOut(const std::string& classCode, const std::u16string& keyPath);
 
     std::unordered_map<std::string, StoredObjectPtr> ByKey;
     OrderedObjects All;
     std::unordered_map<std::string, OrderedObjects> ByClass;
+    std::map<std::pair<std::string, std::u16string>, std::size_t> KeyPaths;
 };
 
 } // namespace Host::Store::Detail

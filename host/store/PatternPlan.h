@@ -1,7 +1,9 @@
 // Host::Store::Detail::PatternPlan: how a read's pattern is served. A key pattern (its root, or the key
 // it declares, bears "ObjectID") is a lookup of one key and is never matched; a pattern whose root
 // requires "Is" values reads only the smallest of those classes and matches there; any other pattern
-// matches every object, and an empty one takes them all.
+// matches every object, and an empty one takes them all. When every object of those classes keeps its
+// key in a root field that the pattern asks to equal a plain value, the read is the lookup of that one
+// key, matched (a plan and an instance read by their "ID" cost a lookup, not a class scan).
 #pragma once
 
 #include "ObjectTable.h"
@@ -29,9 +31,21 @@ public:
     bool IsKeyLookup() const { return !KeyCode.empty(); }
 
 private:
+    // A root field of the pattern that asks for a value whose key code is equal exactly when the value is.
+    struct FieldValue
+    {
+        std::u16string Path;
+        std::string Code;
+    };
+
+    // The one object of a field's key when every object of `source` keeps its key in that field.
+    const FieldValue* FindKeyField(const ObjectTable& table, const std::string& classCode,
+                                   std::size_t count) const;
+
     Por::ConstUnitPtr Pattern;
     std::string KeyCode;
     std::vector<std::string> ClassCodes;
+    std::vector<FieldValue> FieldValues;
     bool NeedsMatch = false;
 };
 

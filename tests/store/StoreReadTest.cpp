@@ -58,6 +58,45 @@ TEST_F(StoreReadTest, KeyPatternsAreLookedUpAndOtherPatternsMatched)
     EXPECT_EQ(Numbers(Report(Store, pattern.Result())), (Numbers_t{1, 3, 4}));
 }
 
+// A field that holds the key of every object of the class is read as a lookup; once one object keeps its
+// key elsewhere, the same pattern matches the class again and finds that object too.
+TEST_F(StoreReadTest, AFieldHoldingEveryKeyOfTheClassIsALookupUntilAnObjectKeysElsewhere)
+{
+    const auto byField = [](const char* field, const Por::Unit& value)
+    {
+        Por::Unit pattern = Por::Unit::Composite();
+        pattern.AddTrait("Is", Por::Unit(u"Test::Item").Get());
+        pattern[field] = value.Get();
+        return pattern.Result();
+    };
+    EXPECT_EQ(Numbers(Report(Store, byField("ID", Por::Unit(Testing::IdOf(4))))), Numbers_t{4});
+    EXPECT_TRUE(Report(Store, byField("ID", Por::Unit(Testing::IdOf(6)))).empty()); // another class
+    EXPECT_TRUE(Report(Store, byField("ID", Por::Unit(Testing::IdOf(9)))).empty());
+    EXPECT_TRUE(Report(Store, byField("ID", Por::Unit(4u))).empty()); // a number is no guid
+
+    // Keyed by "Code", with an "ID" that repeats item 4's and a name.
+    Por::Unit other = Por::Unit::Composite();
+    other.AddTrait("Is", Por::Unit(u"Test::Item").Get());
+    other["Code"] = u"k7";
+    other["Code"].AddTrait("PrimaryKey");
+    other["ID"] = Testing::IdOf(4);
+    other["Name"] = u"other";
+    ASSERT_EQ(Testing::Register(Store, other).GetCode(), 0u);
+    const std::vector<Por::ConstUnitPtr> both = Report(Store, byField("ID", Por::Unit(Testing::IdOf(4))));
+    ASSERT_EQ(both.size(), 2u);
+    EXPECT_EQ(Por::Util::GetValue<Common::WideString>(Por::Util::GetPropertyValue(*both[1], "Name")),
+              u"other");
+    EXPECT_EQ(Report(Store, byField("Code", Por::Unit(u"k7"))).size(), 1u);
+
+    ASSERT_EQ(Testing::Unregister(Store, *Dml::MakeKeyPattern(Por::Unit(u"k7").Get())).GetCode(), 0u);
+    EXPECT_EQ(Numbers(Report(Store, byField("ID", Por::Unit(Testing::IdOf(4))))), Numbers_t{4});
+    // An operator on the field asks for more than its value: matched over the class.
+    Por::Unit pattern = Por::Unit::Composite();
+    pattern.AddTrait("Is", Por::Unit(u"Test::Item").Get());
+    pattern["ID"].SetDefault(Common::Guid()).SetTrait("Not", Testing::IdOf(4));
+    EXPECT_EQ(Numbers(Report(Store, pattern.Result())), (Numbers_t{1, 2, 3, 5}));
+}
+
 TEST_F(StoreReadTest, SortingThenPageThenReverseOrderTheReport)
 {
     struct Case
