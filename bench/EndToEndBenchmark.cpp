@@ -12,7 +12,7 @@
 // Each run is one iteration; a summary with the ratios follows the table. The heap is jemalloc's, as in
 // the reference host, and its own statistics count the bytes (the feeds allocate on several threads).
 // With VELTRIX_PERF_CONTROL naming the control FIFO of `perf record --control fifo:... -D -1`, only the
-// measured phases are profiled.
+// measured phases are profiled; VELTRIX_END_TO_END_LOG names a file for the log lines (else /dev/null).
 #include "Platform/Logging.h"
 #include "alerts/AlertGuids.h"
 #include "alerts/contract/Inspector.h"
@@ -287,6 +287,7 @@ Por::UnitPtr MakeRunningBackup(std::uint32_t number)
     activity[".Origin.ParentProcess"] = Numbered(number, 3);
     activity[".Environment.InstanceID"] = InstanceId(number);
     activity[".Environment.ProtectionPlanID"] = PlanId(number);
+    activity[".Environment.PlanType"] = u"backup";
     activity[".Name"] = u"Backing up the machine";
     activity[".Period.StartTime"] = std::int64_t{1700000000} + number;
     activity[".Period.FinishTime"] = std::int64_t{0};
@@ -478,7 +479,8 @@ std::string HandlingName(Handling handling)
 void ActivityFailing(benchmark::State& state, StoreKind kind, Handling handling)
 {
     // The inspector's log lines are formatted and written, as in a host that keeps them; not to a terminal.
-    Logging_SetOutputFile("/dev/null");
+    const char* log = std::getenv("VELTRIX_END_TO_END_LOG");
+    Logging_SetOutputFile(log != nullptr ? log : "/dev/null");
     std::vector<Por::UnitPtr> objects;
     for (std::uint32_t number = 0; number < Plans; ++number)
     {
@@ -695,7 +697,8 @@ private:
 
 void ActivityNotResponding(benchmark::State& state, Handling handling)
 {
-    Logging_SetOutputFile("/dev/null");
+    const char* log = std::getenv("VELTRIX_END_TO_END_LOG");
+    Logging_SetOutputFile(log != nullptr ? log : "/dev/null");
     std::vector<Por::UnitPtr> activities;
     std::vector<Por::ConstUnitPtr> keys;
     for (std::uint32_t number = 0; number < Activities; ++number)

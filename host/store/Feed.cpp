@@ -36,7 +36,7 @@ bool IsSelected(const PatternPlan& plan, const StoredObjectPtr& object)
 } // namespace
 
 Feed::Feed(PatternPlan plan, Por::ConstUnitPtr mask, const Por::Construction::UnitFactory& factory)
-    : Plan(std::move(plan)), Mask(std::move(mask)), Factory(factory)
+    : Plan(std::move(plan)), Masks(std::move(mask)), Factory(factory)
 {
 }
 
@@ -136,14 +136,14 @@ void Feed::Deliver(Dml::SubscriptionReader& reader)
             switch (item.What)
             {
             case Notification::Kind::Created:
-                reader.OnCreated(*ShowObject(*item.After, Mask.get(), Factory));
+                reader.OnCreated(ShownObject(*item.After, Masks, Factory).Get());
                 break;
             case Notification::Kind::Updated:
-                reader.OnUpdated(*ShowObject(*item.Before, Mask.get(), Factory),
-                                 *ShowObject(*item.After, Mask.get(), Factory));
+                reader.OnUpdated(ShownObject(*item.Before, Masks, Factory).Get(),
+                                 ShownObject(*item.After, Masks, Factory).Get());
                 break;
             case Notification::Kind::Deleted:
-                reader.OnDeleted(*ShowObject(*item.Before, Mask.get(), Factory));
+                reader.OnDeleted(ShownObject(*item.Before, Masks, Factory).Get());
                 break;
             }
         }

@@ -4,6 +4,7 @@
 // from its completion keeps a flat stack. Thread-safe; the feed's lock is taken after the store's.
 #pragma once
 
+#include "ObjectView.h"
 #include "PatternPlan.h"
 #include "StoredObject.h"
 #include "async/Action.h"
@@ -70,7 +71,7 @@ private:
     std::shared_ptr<NewsRead> Withdraw(const NewsRead& read);
 
     const PatternPlan Plan;
-    const Por::ConstUnitPtr Mask;
+    KeyedMasks Masks;
     const Por::Construction::UnitFactory& Factory;
 
     std::mutex Lock;

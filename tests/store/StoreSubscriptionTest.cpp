@@ -91,6 +91,76 @@ TEST(StoreSubscriptionTest, OptionsShapeTheOpeningReportAndTheMaskAlsoTheNews)
     EXPECT_EQ(news.Take(), (Lines{"updated 1 ->-", "created 2"}));
 }
 
+// The names of each object's root fields as news shows them, "Header" opened one level.
+struct FieldLog final : Dml::SubscriptionReader
+{
+    using Dml::SubscriptionReader::OnCreated;
+    using Dml::SubscriptionReader::OnDeleted;
+    using Dml::SubscriptionReader::OnUpdated;
+    void OnCreated(const Por::View::Unit& object) override { Seen.push_back(Fields(object)); }
+    void OnUpdated(const Por::View::Unit& before, const Por::View::Unit& after) override
+    {
+        Seen.push_back(Fields(before) + ">" + Fields(after));
+    }
+    void OnDeleted(const Por::View::Unit& object) override { Seen.push_back("-" + Fields(object)); }
+    static std::string Fields(const Por::View::Unit& object)
+    {
+        std::string names;
+        auto each = Por::MakeProcessor<const Por::View::Property>(
+            [&](const Por::View::Property& property)
+            {
+                names += names.empty() ? "" : " ";
+                names += property.GetName();
+                if (property.GetName() == "Header")
+                {
+                    names += "(" + Fields(property.GetValue()) + ")";
+                }
+            });
+        Por::Util::GetComposite(object).ForEach(each);
+        return names;
+    }
+    Lines Seen;
+};
+
+// News shows what the mask names and the key wherever the object keeps it: a field the mask leaves out,
+// a field it names, or deep in a composite it opens.
+TEST(StoreSubscriptionTest, MaskedNewsShowsTheKeyOfEveryObjectWhereverItIsKept)
+{
+    MemoryStore store;
+    Por::ConstUnitPtr pattern = Testing::ClassPattern(u"Test::Base");
+    Por::Unit options = Por::Unit::Composite();
+    options["Mask"]["Name"] = true;
+    options["Mask"]["Header"]["Name"] = true;
+    const auto subscription =
+        Testing::Subscribe(store, pattern, std::make_shared<ReportLog>(), options.Result());
+
+    ASSERT_EQ(Testing::Register(store, MakeItem(1, 1)).GetCode(), 0u);
+    ASSERT_EQ(UpdateState(store, 1, 2).GetCode(), 0u);
+    const auto keyless = []
+    {
+        Por::Unit object = Por::Unit::Composite();
+        object.AddTrait("Is", Por::Unit(u"Test::Base").Get());
+        return object;
+    };
+    Por::Unit named = keyless();
+    named["Name"] = u"two";
+    named["Name"].AddTrait("PrimaryKey");
+    named["State"] = 1u;
+    ASSERT_EQ(Testing::Register(store, named).GetCode(), 0u);
+    Por::Unit nested = keyless();
+    nested["Header"]["Key"] = Testing::IdOf(3);
+    nested["Header"]["Key"].AddTrait("PrimaryKey");
+    nested["Header"]["Name"] = u"three";
+    nested["Header"]["Size"] = 3u;
+    nested["Body"] = 1u;
+    ASSERT_EQ(Testing::Register(store, nested).GetCode(), 0u);
+    ASSERT_EQ(Testing::Unregister(store, *Dml::MakeKeyPatternFromValue(Testing::IdOf(1))).GetCode(), 0u);
+
+    FieldLog news;
+    ASSERT_EQ(Testing::ReadNews(*subscription, news).GetCode(), 0u);
+    EXPECT_EQ(news.Seen, (Lines{"ID Name", "ID Name>ID Name", "Name", "Header(Key Name)", "-ID Name"}));
+}
+
 // Holds every time stamp it is told of, in order.
 struct StampLog final : Dml::SubscriptionReader
 {
