@@ -1,6 +1,6 @@
 // Random pairs of trees: merging the diff of two trees into the first gives the second, and applying it
 // in place does what assignment allows. Seeds are fixed; a failure names its seed and prints the trees.
-#include "DiffTestUnits.h"
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/Diff.h"
 #include "por/DiffCopy.h"

@@ -1,6 +1,6 @@
 #include "por/Diff.h"
 
-#include "DiffTestUnits.h"
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/DiffMarks.h"
 #include "por/Merge.h"

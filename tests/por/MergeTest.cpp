@@ -1,6 +1,6 @@
 #include "por/Merge.h"
 
-#include "DiffTestUnits.h"
+#include "TestUnits.h"
 #include "por/BaseObject.h"
 #include "por/Compare.h"
 #include "por/ConstUnit.h"

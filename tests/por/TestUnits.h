@@ -1,6 +1,6 @@
-// Short forms for the units of the diff and merge tests: U(1u), Nil(), Mark(unit, {"Added"}),
-// Trait(unit, "Tag", value), Composite({{"a", U(1u)}}), Array({U(1u)}), and Failure(call) for the
-// error a call throws (success when none).
+// Short forms for the units of the tests: U(1u), Nil(), Mark(unit, {"Added"}), Trait(unit, "Tag", value),
+// Composite({{"a", U(1u)}}), Array({U(1u)}); Failure(call) for the error a call throws (success when
+// none) and TraitList(traits) for the traits as enumerated.
 #pragma once
 
 #include "common/Error.h"
@@ -9,9 +9,11 @@
 #include "por/UnitFactory.h"
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Por::Testing
 {
@@ -45,7 +47,7 @@ inline UnitPtr Mark(UnitPtr unit, std::initializer_list<std::string_view> marks)
     return unit;
 }
 
-inline UnitPtr Trait(UnitPtr unit, std::string_view name, UnitPtr value)
+inline UnitPtr Trait(UnitPtr unit, std::string_view name, UnitPtr value = Nil())
 {
     Util::AddTrait(*unit, name, std::move(value), Factory);
     return unit;
@@ -83,6 +85,41 @@ Common::Error Failure(Call call)
         return error;
     }
     return Common::Success;
+}
+
+// "name=value" per trait as enumerated (only those of one name with `named`): strings as they are (ASCII),
+// other values by kind name.
+inline std::vector<std::string> TraitList(const View::Traits& traits, const char* named = nullptr)
+{
+    std::vector<std::string> list;
+    auto collect = MakeProcessor<const View::Trait>(
+        [&](const View::Trait& trait)
+        {
+            const View::Unit& value = trait.GetValue();
+            const ValueKind kind = GetValueTypeIndex(value);
+            std::string text = trait.GetName() + "=";
+            if (kind != ValueKind::String)
+            {
+                text += GetValueTypeName(kind);
+            }
+            else
+            {
+                for (char16_t c : Util::GetValue<String>(value))
+                {
+                    text += static_cast<char>(c);
+                }
+            }
+            list.push_back(text);
+        });
+    if (named != nullptr)
+    {
+        traits.ForEachNamed(named, collect);
+    }
+    else
+    {
+        traits.ForEach(collect);
+    }
+    return list;
 }
 
 } // namespace Por::Testing
