@@ -38,19 +38,14 @@ TEST(FormatText, ReplacesPlaceholdersInOnePass)
     for (const FormatCase& test : cases)
     {
         SCOPED_TRACE(test.Format);
-        const FormatCase& c = test;
-        EXPECT_EQ(FormatText(c.Format, std::span<const std::string_view>(c.Arguments)), c.Expected);
+        EXPECT_EQ(FormatText(test.Format, std::span<const std::string_view>(test.Arguments)), test.Expected);
     }
 }
 
-TEST(FormatText, WideTextFollowsTheSameRules)
+TEST(FormatText, WideAndVariadicFormsFollowTheSameRules)
 {
     EXPECT_EQ(FormatText(u"{1} – {0} {2}", {u"é", u"😀"}), u"😀 – é {2}");
     EXPECT_EQ(FormatText(u"{{0}", {u"{0}"}), u"{{0}");
-}
-
-TEST(FormatText, VariadicFormTakesAnyStringLikeArguments)
-{
     const std::string first = "a";
     EXPECT_EQ(FormatText("{0}-{1}", first, "b"), "a-b");
     EXPECT_EQ(FormatText(u"{1}{0}", WideString(u"x"), u"y"), u"yx");

@@ -37,6 +37,7 @@ TEST(BuildLanguageList, NormalisesAndAddsFallbacks)
         SCOPED_TRACE(::testing::PrintToString(test.Names));
         EXPECT_EQ(BuildLanguageList(test.Names), test.Expected);
     }
+    EXPECT_STREQ(GetDefaultLanguage(), "en");
 }
 
 struct LocaleCase
@@ -98,11 +99,6 @@ TEST_F(LanguageRegistryTest, SubscriberIsToldAtOnceAndOnEverySetUntilUnsubscribe
     SetLanguages({"fr"});
     const std::vector<LanguageList> expected = {{"de"}, {"de"}, {"pt_BR", "pt"}};
     EXPECT_EQ(Notifications, expected);
-}
-
-TEST(Language, DefaultLanguageIsEnglish)
-{
-    EXPECT_STREQ(GetDefaultLanguage(), "en");
 }
 
 // The loader finds only the files it is given; the first found names the language, else English with

@@ -11,7 +11,7 @@ static_assert(Common::MakeLineTag("src/common/Error.cpp", 20) -
                   Common::MakeLineTag("src/common/Error.cpp", 10) ==
               10);
 
-TEST(LineTagTest, CompileTimeTagEqualsTheLoggingLibrarysTag)
+TEST(LineTagTest, CompileTimeTagEqualsTheLoggingLibrarysAndItsPathIsRelativeToTheRepository)
 {
     const Common::ErrorLocation site = COMMON_LOCATION("LineTagTest::Site");
     Common::ErrorLocation logged;
@@ -19,11 +19,6 @@ TEST(LineTagTest, CompileTimeTagEqualsTheLoggingLibrarysTag)
     EXPECT_EQ(site.LineTag, logged.LineTag);
     EXPECT_EQ(site.Line, logged.Line);
     EXPECT_STREQ(site.Function, logged.Function);
-}
-
-TEST(LineTagTest, PathsAreRelativeToTheRepository)
-{
-    const Common::ErrorLocation site = COMMON_LOCATION("LineTagTest::Site");
     EXPECT_STREQ(site.File, "tests/common/LineTagTest.cpp");
 }
 

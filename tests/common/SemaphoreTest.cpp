@@ -61,17 +61,9 @@ const LimitCase LimitCases[] = {
     {"initial count above the maximum", Semaphore::CreateFailedCode, "Semaphore::Semaphore", EINVAL,
      [] { Semaphore semaphore(Semaphore::MaximumCount + 1u); }},
     {"signal past the maximum", Semaphore::SignalFailedCode, "Semaphore::Signal", EOVERFLOW,
-     []
-     {
-         Semaphore semaphore(Semaphore::MaximumCount - 1);
-         semaphore.Signal(2);
-     }},
+     [] { Semaphore(Semaphore::MaximumCount - 1).Signal(2); }},
     {"signal of the largest count onto one", Semaphore::SignalFailedCode, "Semaphore::Signal", EOVERFLOW,
-     []
-     {
-         Semaphore semaphore(1);
-         semaphore.Signal(0xFFFFFFFF);
-     }},
+     [] { Semaphore(1).Signal(0xFFFFFFFF); }},
 };
 
 TEST(SemaphoreTest, CountsBeyondTheMaximumFailWithTheErrnoKind)
@@ -86,10 +78,8 @@ TEST(SemaphoreTest, CountsBeyondTheMaximumFailWithTheErrnoKind)
         EXPECT_EQ(error.GetNumber("Errno"), static_cast<std::uint64_t>(limit.Errno));
         EXPECT_FALSE(error.GetMessage().empty());
     }
-}
 
-TEST(SemaphoreTest, RefusedSignalLeavesTheCountAsItWas)
-{
+    // A refused signal leaves the count as it was.
     Semaphore semaphore(Semaphore::MaximumCount - 1);
     EXPECT_THROW(semaphore.Signal(2), Common::Error);
     EXPECT_NO_THROW(semaphore.Signal(1));

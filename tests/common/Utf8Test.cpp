@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace
@@ -18,6 +19,7 @@ struct DecodeCase
     std::string Bytes;
     WideString Expected;
     bool Clean;
+    std::size_t Maximum = std::string::npos; // the whole of Bytes
 };
 
 TEST(Utf8Test, DecodesWithTheFormatsTolerance)
@@ -36,24 +38,19 @@ TEST(Utf8Test, DecodesWithTheFormatsTolerance)
         {"lead without continuation", "\xC3z", u"\uFFFDz", false},
         {"truncated at end", "a\xE2\x82", u"a\uFFFD\uFFFD", false},
         {"five-byte lead", "\xF8\x88\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD", false},
+        {"stops at NUL", std::string("ab\0cd", 5), u"ab", true},
+        // A sequence cut by the maximum is not read past it.
+        {"sequence cut by the maximum", "x\xC3\xA9", u"x\uFFFD", false, 2},
     };
     for (const DecodeCase& test : cases)
     {
         WideString out = u"stale";
-        const bool clean = Common::Utf8ToWide(out, test.Bytes.data(), test.Bytes.size());
+        const bool clean =
+            Common::Utf8ToWide(out, test.Bytes.data(), std::min(test.Bytes.size(), test.Maximum));
         EXPECT_EQ(out, test.Expected) << test.Name;
         EXPECT_EQ(clean, test.Clean) << test.Name;
     }
-}
-
-TEST(Utf8Test, DecodingStopsAtNulOrMaximum)
-{
-    WideString out;
-    EXPECT_TRUE(Common::Utf8ToWide(out, "ab\0cd", 5));
-    EXPECT_EQ(out, u"ab");
-    // A sequence cut by the maximum is not read past it.
-    EXPECT_FALSE(Common::Utf8ToWide(out, "x\xC3\xA9", 2));
-    EXPECT_EQ(out, u"x\uFFFD");
+    WideString out = u"stale";
     EXPECT_TRUE(Common::Utf8ToWide(out, nullptr, 4));
     EXPECT_EQ(out, u"");
 }
