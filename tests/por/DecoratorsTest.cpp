@@ -1,3 +1,4 @@
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/MaskingUnit.h"
 #include "por/PropertyDecorators.h"
@@ -17,42 +18,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-// "name=value" per trait as enumerated: strings as they are, other values by kind name.
-std::string Describe(const View::Trait& trait)
-{
-    const View::Unit& value = trait.GetValue();
-    const ValueKind kind = GetValueTypeIndex(value);
-    std::string text = trait.GetName() + "=";
-    if (kind == ValueKind::String)
-    {
-        for (char16_t c : Util::GetValue<String>(value))
-        {
-            text += static_cast<char>(c);
-        }
-        return text;
-    }
-    return text + GetValueTypeName(kind);
-}
-
-std::vector<std::string> Listed(const View::Traits& traits)
-{
-    std::vector<std::string> list;
-    auto collect =
-        MakeProcessor<const View::Trait>([&](const View::Trait& trait) { list.push_back(Describe(trait)); });
-    traits.ForEach(collect);
-    return list;
-}
-
-std::vector<std::string> ListedNamed(const View::Traits& traits, std::string_view name)
-{
-    std::vector<std::string> list;
-    auto collect =
-        MakeProcessor<const View::Trait>([&](const View::Trait& trait) { list.push_back(Describe(trait)); });
-    traits.ForEachNamed(name, collect);
-    return list;
-}
+using namespace Por::Testing;
 
 // The decorated view, made real: what every consumer of the view would see.
 ::testing::AssertionResult Shows(const View::Unit& view, const UnitPtr& expected)
@@ -91,16 +57,13 @@ std::vector<std::string> Enumerated(const View::Unit& unit)
     return names;
 }
 
+// clang-format off
 UnitPtr Tagged()
 {
-    return Util::Build()
-        .Composite()
-        .Trait("Is", u"A")
-        .Trait("Is", u"B")
-        .Trait("Mark", nullptr)
-        .Property("p", 1u)
+    return Util::Build().Composite().Trait("Is", u"A").Trait("Is", u"B").Trait("Mark", nullptr).Property("p", 1u)
         .Done();
 }
+// clang-format on
 
 TEST(TraitDecoratorTest, SievesShowWhatTheyLetThrough)
 {
@@ -120,11 +83,11 @@ TEST(TraitDecoratorTest, SievesShowWhatTheyLetThrough)
     {
         const ExcludeTraitUnit excluded(*unit, test.Name);
         const EnableTraitUnit enabled(*unit, test.Name);
-        EXPECT_EQ(Listed(excluded.GetTraits()), test.Excluded) << test.Name;
-        EXPECT_EQ(Listed(enabled.GetTraits()), test.Enabled) << test.Name;
-        EXPECT_TRUE(ListedNamed(excluded.GetTraits(), test.Name).empty()) << test.Name;
-        EXPECT_EQ(ListedNamed(enabled.GetTraits(), test.Name), test.Enabled) << test.Name;
-        EXPECT_TRUE(ListedNamed(enabled.GetTraits(), test.Name == std::string("Is") ? "Mark" : "Is").empty());
+        EXPECT_EQ(TraitList(excluded.GetTraits()), test.Excluded) << test.Name;
+        EXPECT_EQ(TraitList(enabled.GetTraits()), test.Enabled) << test.Name;
+        EXPECT_TRUE(TraitList(excluded.GetTraits(), test.Name).empty()) << test.Name;
+        EXPECT_EQ(TraitList(enabled.GetTraits(), test.Name), test.Enabled) << test.Name;
+        EXPECT_TRUE(TraitList(enabled.GetTraits(), test.Name == std::string("Is") ? "Mark" : "Is").empty());
     }
     const ExcludeTraitUnit excluded(*unit, "Is");
     EXPECT_TRUE(Shows(excluded, Util::Build().Composite().Trait("Mark", nullptr).Property("p", 1u).Done()));
@@ -152,8 +115,8 @@ TEST(TraitDecoratorTest, AddedTraitTakesItsSortedPlace)
     {
         const AddNilTraitUnit withNil(*unit, test.Name);
         const UnitWithExtraTrait withValue(*unit, test.Name, *value);
-        EXPECT_EQ(Listed(withNil.GetTraits()), test.WithNil) << test.Name;
-        EXPECT_EQ(Listed(withValue.GetTraits()), test.WithValue) << test.Name;
+        EXPECT_EQ(TraitList(withNil.GetTraits()), test.WithNil) << test.Name;
+        EXPECT_EQ(TraitList(withValue.GetTraits()), test.WithValue) << test.Name;
         auto check = [&](const View::Unit& view, const std::vector<std::string>& all, const View::Unit& added)
         {
             std::vector<std::string> named;
@@ -164,7 +127,7 @@ TEST(TraitDecoratorTest, AddedTraitTakesItsSortedPlace)
                     named.push_back(trait);
                 }
             }
-            EXPECT_EQ(ListedNamed(view.GetTraits(), test.Name), named) << test.Name;
+            EXPECT_EQ(TraitList(view.GetTraits(), test.Name), named) << test.Name;
             const UnitPtr expected = Util::Copy(*unit, Factory);
             Util::AddTrait(*expected, test.Name, added, Factory);
             EXPECT_TRUE(Shows(view, expected)) << test.Name;
@@ -192,10 +155,11 @@ TEST(TraitDecoratorTest, ReplacedTraitShowsOnceWithTheNewValue)
     const UnitPtr unit = Tagged();
     const UnitPtr value = Factory.CreateDWord(5);
     const ReplaceTraitUnit replaced(*unit, "Is", *value);
-    EXPECT_EQ(Listed(replaced.GetTraits()), (std::vector<std::string>{"Is=dword", "Mark=nil"}));
-    EXPECT_EQ(ListedNamed(replaced.GetTraits(), "Is"), (std::vector<std::string>{"Is=dword"}));
+    EXPECT_EQ(TraitList(replaced.GetTraits()), (std::vector<std::string>{"Is=dword", "Mark=nil"}));
+    EXPECT_EQ(TraitList(replaced.GetTraits(), "Is"), (std::vector<std::string>{"Is=dword"}));
     const ReplaceTraitUnit added(*unit, "New", *value);
-    EXPECT_EQ(Listed(added.GetTraits()), (std::vector<std::string>{"Is=A", "Is=B", "Mark=nil", "New=dword"}));
+    EXPECT_EQ(TraitList(added.GetTraits()),
+              (std::vector<std::string>{"Is=A", "Is=B", "Mark=nil", "New=dword"}));
 }
 
 TEST(TraitDecoratorTest, HiddenTraitsAreGoneAtEveryLevel)
@@ -235,16 +199,12 @@ TEST(TraitDecoratorTest, HiddenTraitsAreGoneAtEveryLevel)
     Util::GetArray(list).Front(front);
 }
 
+// clang-format off
 UnitPtr Letters()
 {
-    return Util::Build()
-        .Composite()
-        .Trait("Is", u"L")
-        .Property("b", 1u)
-        .Property("d", 2u)
-        .Property("f", 3u)
-        .Done();
+    return Util::Build().Composite().Trait("Is", u"L").Property("b", 1u).Property("d", 2u).Property("f", 3u).Done();
 }
+// clang-format on
 
 TEST(PropertyDecoratorTest, RemovedPropertyIsGoneFromEveryReadingForm)
 {

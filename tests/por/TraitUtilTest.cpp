@@ -1,5 +1,6 @@
 #include "por/TraitUtil.h"
 
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/UnitAccess.h"
 #include "por/UnitBuilder.h"
@@ -15,38 +16,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
-
-// "name=value" per trait in set order: string values as they are, others by kind name.
-std::vector<String> TraitList(const View::Unit& unit)
-{
-    std::vector<String> list;
-    auto collect = MakeProcessor<const View::Trait>(
-        [&](const View::Trait& trait)
-        {
-            const View::Unit& value = trait.GetValue();
-            const ValueKind kind = GetValueTypeIndex(value);
-            list.push_back(
-                Widen(trait.GetName()) + u"=" +
-                (kind == ValueKind::String ? Util::GetValue<String>(value) : Widen(GetValueTypeName(kind))));
-        });
-    unit.GetTraits().ForEach(collect);
-    return list;
-}
+using namespace Por::Testing;
 
 TEST(TraitLookupTest, UniqueByNameCountsDistinctValues)
 {
@@ -67,14 +37,10 @@ TEST(TraitLookupTest, UniqueByNameCountsDistinctValues)
 
 TEST(TraitLookupTest, HasTraitWithValueComparesKindAndTraitsOfTheValue)
 {
-    const UnitPtr unit = Util::Build()
-                             .Nil()
-                             .Trait("Is")
-                             .Value(u"x")
-                             .Trait("Extra", nullptr)
-                             .End()
-                             .Trait("N", std::uint16_t{1})
-                             .Done();
+    // clang-format off
+    const UnitPtr unit = Util::Build().Nil().Trait("Is").Value(u"x").Trait("Extra", nullptr).End()
+        .Trait("N", std::uint16_t{1}).Done();
+    // clang-format on
     EXPECT_TRUE(Util::HasTraits(*unit));
     EXPECT_FALSE(Util::HasTraits(*Factory.CreateNil()));
     EXPECT_TRUE(Util::HasTrait(*unit, "Is"));
@@ -95,8 +61,8 @@ TEST(TraitEditTest, AddFormsAndFailures)
     Util::AddTrait(
         *unit, "Made", [] { return Factory.CreateBoolean(true); }, Factory);
     Util::AddTrait(*unit, "Mark", Factory);
-    EXPECT_EQ(TraitList(*unit),
-              (std::vector<String>{u"Copy=v", u"Made=boolean", u"Mark=nil", u"Owned=dword"}));
+    EXPECT_EQ(TraitList(unit->GetTraits()),
+              (std::vector<std::string>{"Copy=v", "Made=boolean", "Mark=nil", "Owned=dword"}));
     EXPECT_EQ(Failure([&] { Util::AddTrait(*unit, "x", UnitPtr(), Factory); }).GetCode(), 0xfa000bu);
 
     Util::AddTraitToProperty(*unit, "p", "Unit", *value, Factory);
@@ -145,24 +111,14 @@ TEST(IdentityTraitsTest, ShortAndLongLists)
         .Trait("ObjectID", u"o").Trait("Searchable", nullptr)
         .Done();
     // clang-format on
-    struct Case
-    {
-        bool LongForm;
-        std::vector<String> Expected;
-    };
-    const Case cases[] = {
-        {false, {u"Is=A", u"Is=B"}},
-        {true, {u"Is=A", u"Is=B", u"ObjectID=o", u"PrimaryKey=composite", u"Type=dword"}},
-    };
-    for (const Case& test : cases)
-    {
-        const UnitPtr target = Factory.CreateComposite();
-        Util::CopyIdentityTraits(*source, *target, Factory, test.LongForm);
-        EXPECT_EQ(TraitList(*target), test.Expected);
-    }
-    const UnitPtr target = Factory.CreateComposite();
-    Util::CopyIdentityTraits(*source, *target, Factory, true);
-    EXPECT_TRUE(UnitEqual(Util::GetUniqueTraitByName(*target, "PrimaryKey"),
+    const UnitPtr shortList = Factory.CreateComposite();
+    Util::CopyIdentityTraits(*source, *shortList, Factory, false);
+    EXPECT_EQ(TraitList(shortList->GetTraits()), (std::vector<std::string>{"Is=A", "Is=B"}));
+    const UnitPtr longList = Factory.CreateComposite();
+    Util::CopyIdentityTraits(*source, *longList, Factory, true);
+    EXPECT_EQ(TraitList(longList->GetTraits()),
+              (std::vector<std::string>{"Is=A", "Is=B", "ObjectID=o", "PrimaryKey=composite", "Type=dword"}));
+    EXPECT_TRUE(UnitEqual(Util::GetUniqueTraitByName(*longList, "PrimaryKey"),
                           Util::GetUniqueTraitByName(*source, "PrimaryKey")));
 
     const UnitPtr plain = Factory.CreateComposite();
@@ -172,14 +128,10 @@ TEST(IdentityTraitsTest, ShortAndLongLists)
 
 TEST(TraitProcessorTest, FilterCompositionAndApplier)
 {
-    const UnitPtr source = Util::Build()
-                               .Nil()
-                               .Trait("Is", u"A")
-                               .Trait("Is", u"B")
-                               .Trait("Is", 5u)
-                               .Trait("Mark", nullptr)
-                               .Trait("Other", u"A")
-                               .Done();
+    // clang-format off
+    const UnitPtr source = Util::Build().Nil().Trait("Is", u"A").Trait("Is", u"B").Trait("Is", 5u)
+        .Trait("Mark", nullptr).Trait("Other", u"A").Done();
+    // clang-format on
 
     std::vector<String> tags;
     auto collect = MakeProcessor<const String>([&](const String& tag) { tags.push_back(tag); });
@@ -191,8 +143,8 @@ TEST(TraitProcessorTest, FilterCompositionAndApplier)
     const UnitPtr target = Util::Build().Nil().Trait("Is", u"A").Trait("Own", 1u).Done();
     Util::SourceTraitsApplier applier(*target, Factory, true);
     applier.Apply(*source);
-    EXPECT_EQ(TraitList(*target),
-              (std::vector<String>{u"Is=dword", u"Is=A", u"Is=B", u"Mark=nil", u"Other=A", u"Own=dword"}));
+    EXPECT_EQ(TraitList(target->GetTraits()),
+              (std::vector<std::string>{"Is=dword", "Is=A", "Is=B", "Mark=nil", "Other=A", "Own=dword"}));
 }
 
 } // namespace
