@@ -2,18 +2,12 @@
 // components, the watchdogs on the virtual clock, alerts seen by a recording host listener.
 #include "alerts/inspectors/ActivityNotRespondingInspector.h"
 
-#include "AlertTesting.h"
-#include "RecordingListener.h"
 #include "TimingTesting.h"
 #include "alerts/AlertGuids.h"
 #include "alerts/AlertIdentity.h"
 #include "alerts/inspectors/InspectorFactories.h"
 #include "alerts/inspectors/ProgressReader.h"
 #include "alerts/utils/ActivityProgressAlertListener.h"
-#include "components/Components.h"
-#include "dml/ServiceHolder.h"
-#include "por/ConstUnit.h"
-#include "por/PorUnit.h"
 
 #include <gtest/gtest.h>
 
@@ -26,41 +20,29 @@ namespace
 using AlertTesting::Id;
 using Lines = std::vector<std::string>;
 using Testing::RecordingListener;
+using TimingTesting::MakeRunning;
 
-const Common::Guid MachineId = Id(0x4D41);
 const Common::Guid Process = Id(0x50);
 const Common::Guid OtherCommand = Id(0xC0);
 
-std::string Line(const char* state, const char* type, const Common::Guid& process)
+std::string Cleared(const char* type, const Common::Guid& process)
 {
-    return std::string(state) + " " + type + " " +
-           Common::GuidToString(Alerts::XorGuids(process, Alerts::ProgressAlertKey));
+    return Testing::Inactive(type, Alerts::XorGuids(process, Alerts::ProgressAlertKey));
 }
 
 // The watchdog's clear-then-raise of one firing.
 Lines Fired(const char* type, const Common::Guid& process)
 {
-    return {Line("inactive", type, process), Line("active", type, process)};
+    return {Cleared(type, process),
+            Testing::Active(type, Alerts::XorGuids(process, Alerts::ProgressAlertKey))};
 }
 
-class NotRespondingTest : public ::testing::Test
+class NotRespondingTest : public TimingTesting::InspectorTest
 {
 protected:
     void Begin(const Por::Unit& settings = Por::Unit::Composite())
     {
-        Holder = std::make_unique<Runtime::ServiceHolder>(Parts.MakeServiceHolder());
-        Inspector = Alerts::Detail::CreateActivityNotRespondingInspector(*Holder);
-        Inspector->Initialize(Host, settings.Get());
-        Inspector->Start();
-        Async::Detail::WaitUntilIdle();
-    }
-    void TearDown() override
-    {
-        if (Inspector != nullptr)
-        {
-            Inspector->Stop();
-            Inspector->Deinitialize();
-        }
+        InspectorTest::Begin(&Alerts::Detail::CreateActivityNotRespondingInspector, settings);
     }
     static Por::Unit Durations(std::int32_t activity, std::int32_t backup, std::int32_t queued)
     {
@@ -70,7 +52,7 @@ protected:
         settings[".BackupQueued.Duration"] = queued;
         return settings;
     }
-    Por::Unit Queued(const Common::Guid& id, const Common::Guid& instance, const Common::Guid& process)
+    static Por::Unit Queued(const Common::Guid& id, const Common::Guid& instance, const Common::Guid& process)
     {
         Por::Unit activity = AlertTesting::MakeActivity(id);
         activity["State"] = std::uint32_t{0};
@@ -90,25 +72,16 @@ protected:
         pattern["Type"] = type;
         return Client.Count(CORE_ENTRY_POINT(), {pattern.Result(), nullptr});
     }
-
-    TimingTesting::VirtualTime Time;
-    AlertTesting::LogCapture Log;
-    Host::Components Parts{MachineId};
-    Dml::SynchronousDataStore Client{Dml::ServiceHolder(&Parts.GetStore(), &Parts.GetStore())};
-    TimingTesting::Writer Write{Client};
-    std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
-    std::unique_ptr<Runtime::ServiceHolder> Holder;
-    std::unique_ptr<Alerts::Inspector> Inspector;
 };
 
 TEST_F(NotRespondingTest, AnUnchangedPlanActivityAlertsTheDurationAfterItsLastUpdate)
 {
     Begin(Durations(3600, 60, 5));
-    Write.Create(TimingTesting::MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
+    Write.Create(MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
     Time.Seconds(30);
     Write.Set(Id(1), u".Progress.Timestamp", std::int64_t{30});
     // Each sign of life clears the process's alert of the type before the watchdog is re-armed.
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "BackupNotResponding", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("BackupNotResponding", Process)});
     Time.Seconds(59);
     EXPECT_TRUE(Host->Take().empty());
     Time.Seconds(1);
@@ -126,9 +99,9 @@ TEST_F(NotRespondingTest, AnUnchangedPlanActivityAlertsTheDurationAfterItsLastUp
 TEST_F(NotRespondingTest, EveryActivityUnderThePlansProcessIsBackupWork)
 {
     Begin(Durations(120, 60, 5));
-    Write.Create(TimingTesting::MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
-    Write.Create(TimingTesting::MakeRunning(Id(2), OtherCommand, Process));
-    Write.Create(TimingTesting::MakeRunning(Id(3), OtherCommand, Id(0x51)));
+    Write.Create(MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
+    Write.Create(MakeRunning(Id(2), OtherCommand, Process));
+    Write.Create(MakeRunning(Id(3), OtherCommand, Id(0x51)));
     EXPECT_TRUE(Progress().IsPlanProcess(Process));
     Time.Seconds(60);
     EXPECT_EQ(Host->TakeLines(), Fired("BackupNotResponding", Process));
@@ -145,45 +118,33 @@ TEST_F(NotRespondingTest, EveryActivityUnderThePlansProcessIsBackupWork)
 TEST_F(NotRespondingTest, TwoActivitiesOfOneProcessShareOneTimerThatTheFirstLeavingClears)
 {
     Begin(Durations(100, 60, 5));
-    Write.Create(TimingTesting::MakeRunning(Id(1), OtherCommand, Process));
+    Write.Create(MakeRunning(Id(1), OtherCommand, Process));
     Time.Seconds(50);
     // The second one's sign of life replaces the first one's timer: due at 150 now.
-    Write.Create(TimingTesting::MakeRunning(Id(2), OtherCommand, Process));
+    Write.Create(MakeRunning(Id(2), OtherCommand, Process));
     Time.Seconds(50);
     EXPECT_TRUE(Host->Take().empty());
     Time.Seconds(20);
     Write.Set(Id(1), u".Progress.Timestamp", std::int64_t{120}); // due at 220
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "ActivityNotResponding", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("ActivityNotResponding", Process)});
     Time.Seconds(40);
     Write.Set(Id(1), u".State", std::uint32_t{5});
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "ActivityNotResponding", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("ActivityNotResponding", Process)});
     // The second activity still runs, but its process's timer went with the first.
     Time.Seconds(1000);
     EXPECT_TRUE(Host->Take().empty());
     EXPECT_EQ(Progress().GetTrackedCount(), 1u);
 }
 
-TEST_F(NotRespondingTest, LeavingTheRunningStatesClearsTheAlert)
-{
-    Begin(Durations(100, 60, 5));
-    Write.Create(TimingTesting::MakeRunning(Id(1), OtherCommand, Process));
-    Time.Seconds(100);
-    EXPECT_EQ(Host->TakeLines(), Fired("ActivityNotResponding", Process));
-    Write.Set(Id(1), u".State", std::uint32_t{5});
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "ActivityNotResponding", Process)});
-    Time.Seconds(1000);
-    EXPECT_TRUE(Host->Take().empty());
-}
-
 TEST_F(NotRespondingTest, AnActivityWhoseTypeChangesClearsTheOldTypesTimerFirst)
 {
     Begin(Durations(100, 60, 5));
-    Write.Create(TimingTesting::MakeRunning(Id(2), OtherCommand, Process));
+    Write.Create(MakeRunning(Id(2), OtherCommand, Process));
     Time.Seconds(10);
     // The plan's run shows up later: from its next update on, the first activity is backup work.
-    Write.Create(TimingTesting::MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
+    Write.Create(MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
     Write.Set(Id(2), u".Progress.Timestamp", std::int64_t{10});
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "ActivityNotResponding", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("ActivityNotResponding", Process)});
     Time.Seconds(60);
     EXPECT_EQ(Host->TakeLines(), Fired("BackupNotResponding", Process));
     Time.Seconds(200);
@@ -196,7 +157,7 @@ TEST_F(NotRespondingTest, AnUnknownActivityLeavingIsLoggedAndClearsNothing)
     watchdog.SetNextListener(Host);
     Alerts::Detail::ProgressReader reader(watchdog, MachineId, Client,
                                           "Inspector of activity not responding.");
-    reader.OnDeleted(TimingTesting::MakeRunning(Id(9), OtherCommand, Process).Get());
+    reader.OnDeleted(MakeRunning(Id(9), OtherCommand, Process).Get());
     EXPECT_TRUE(Host->Take().empty());
     EXPECT_EQ(Log.Texts(4),
               Lines{"Activity with id " + Common::GuidToString(Id(9)) + " was not found in ProgressReader"});
@@ -213,7 +174,7 @@ TEST_F(NotRespondingTest, ChangeSettingsSetsTheRunningDurationsAndLeavesTheQueue
     Inspector->ChangeSettings("BackupNotResponding", ten.Get(), u"");
     EXPECT_EQ(Progress().GetTimeout("ActivityNotResponding"), 10u);
     EXPECT_EQ(Progress().GetTimeout("BackupNotResponding"), 10u);
-    Write.Create(TimingTesting::MakeRunning(Id(1), OtherCommand, Process));
+    Write.Create(MakeRunning(Id(1), OtherCommand, Process));
     Time.Seconds(10);
     EXPECT_EQ(Host->TakeLines(), Fired("ActivityNotResponding", Process));
 
@@ -229,7 +190,7 @@ TEST_F(NotRespondingTest, ChangeSettingsSetsTheRunningDurationsAndLeavesTheQueue
     Inspector->ChangeSettings("BackupQueued", one.Get(), u"");
     EXPECT_EQ(Progress().GetTimeout("ActivityNotResponding"), 100u);
     EXPECT_EQ(Progress().GetTimeout("BackupNotResponding"), 3600u);
-    Write.Create(TimingTesting::MakeInstance(Id(0x1A), 1));
+    Write.Create(AlertTesting::MakeInstance(Id(0x1A), 1));
     Write.Create(Queued(Id(2), Id(0x1A), Id(0x52)));
     Host->Take();
     Time.Seconds(4);
@@ -238,14 +199,18 @@ TEST_F(NotRespondingTest, ChangeSettingsSetsTheRunningDurationsAndLeavesTheQueue
     EXPECT_EQ(Host->TakeLines(), Fired("BackupQueued", Id(0x52)));
 }
 
-TEST_F(NotRespondingTest, AQueuedBackupAlertsAfterFiveSeconds)
+// Queued on an instance of an ignored type, or on one that does not exist, arms nothing.
+TEST_F(NotRespondingTest, AQueuedBackupAlertsAfterFiveSecondsUnlessItsInstanceIsIgnoredOrMissing)
 {
-    Write.Create(TimingTesting::MakeInstance(Id(0x1A), 1));
+    Write.Create(AlertTesting::MakeInstance(Id(0x1A), 1));
+    Write.Create(AlertTesting::MakeInstance(Id(0x1C), 20));
     Begin();
     const std::int64_t queuedAt = Time.Now();
     Write.Create(Queued(Id(1), Id(0x1A), Process));
+    Write.Create(Queued(Id(2), Id(0x1C), Id(0x51)));
+    Write.Create(Queued(Id(3), Id(0x1B), Id(0x53)));
     // The process's first queued activity clears its queue alert.
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "BackupQueued", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("BackupQueued", Process)});
     Time.Seconds(4);
     EXPECT_TRUE(Host->Take().empty());
     Time.Seconds(1);
@@ -258,27 +223,17 @@ TEST_F(NotRespondingTest, AQueuedBackupAlertsAfterFiveSeconds)
     EXPECT_FALSE(meta["ParentProcess"].Exists());
     // Leaving the queue clears it.
     Write.Set(Id(1), u".State", std::uint32_t{2});
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "BackupQueued", Process)});
-}
-
-TEST_F(NotRespondingTest, AnInstanceOfAnIgnoredTypeArmsNothing)
-{
-    Write.Create(TimingTesting::MakeInstance(Id(0x1A), 20));
-    Begin();
-    Write.Create(Queued(Id(1), Id(0x1A), Process));
-    Write.Create(Queued(Id(2), Id(0x1B), Id(0x51))); // no such instance
-    Time.Seconds(60);
-    EXPECT_TRUE(Host->Take().empty());
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("BackupQueued", Process)});
 }
 
 TEST_F(NotRespondingTest, TwoQueuedActivitiesOfOneProcessKeepTheTimerWhenOneIsDeleted)
 {
-    Write.Create(TimingTesting::MakeInstance(Id(0x1A), 1));
+    Write.Create(AlertTesting::MakeInstance(Id(0x1A), 1));
     Begin();
     Write.Create(Queued(Id(1), Id(0x1A), Process));
     Time.Seconds(2);
     Write.Create(Queued(Id(2), Id(0x1A), Process));
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "BackupQueued", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("BackupQueued", Process)});
     Time.Seconds(1);
     Write.Delete(Id(1));
     Time.Seconds(3);
@@ -286,7 +241,7 @@ TEST_F(NotRespondingTest, TwoQueuedActivitiesOfOneProcessKeepTheTimerWhenOneIsDe
     Time.Seconds(1);
     EXPECT_EQ(Host->TakeLines(), Fired("BackupQueued", Process));
     Write.Delete(Id(2));
-    EXPECT_EQ(Host->TakeLines(), Lines{Line("inactive", "BackupQueued", Process)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("BackupQueued", Process)});
 }
 
 TEST_F(NotRespondingTest, StopAndStartWipeTheStoredAlertsAndReportRunningActivitiesAfresh)
@@ -303,7 +258,7 @@ TEST_F(NotRespondingTest, StopAndStartWipeTheStoredAlertsAndReportRunningActivit
     {
         storeAlert(type);
     }
-    Write.Create(TimingTesting::MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
+    Write.Create(MakeRunning(Id(1), Alerts::BackupPlanCommandID, Process));
     Begin(Durations(100, 60, 5));
     EXPECT_EQ(StoredAlerts(u"ActivityNotResponding") + StoredAlerts(u"BackupNotResponding") +
                   StoredAlerts(u"BackupQueued"),
@@ -328,12 +283,11 @@ TEST_F(NotRespondingTest, StopAndStartWipeTheStoredAlertsAndReportRunningActivit
     EXPECT_EQ(Host->TakeLines(), Fired("BackupNotResponding", Process));
 }
 
+// The second Start watches as usual, until the activity leaves the running states.
 TEST_F(NotRespondingTest, AFailedWipeLeavesStartBeforeEitherFeed)
 {
-    Write.Create(TimingTesting::MakeRunning(Id(1), OtherCommand, Process));
-    Holder = std::make_unique<Runtime::ServiceHolder>(Parts.MakeServiceHolder());
-    Inspector = Alerts::Detail::CreateActivityNotRespondingInspector(*Holder);
-    Inspector->Initialize(Host, Durations(100, 60, 5).Get());
+    Write.Create(MakeRunning(Id(1), OtherCommand, Process));
+    Make(&Alerts::Detail::CreateActivityNotRespondingInspector, Durations(100, 60, 5));
     Parts.GetStore().FailNextWrite(Common::Error(COMMON_LOCATION("NotRespondingTest"), 0x00FC0001));
     EXPECT_THROW(Inspector->Start(), Common::Error);
     Time.Seconds(200);
@@ -342,6 +296,10 @@ TEST_F(NotRespondingTest, AFailedWipeLeavesStartBeforeEitherFeed)
     Async::Detail::WaitUntilIdle();
     Time.Seconds(100);
     EXPECT_EQ(Host->TakeLines(), Fired("ActivityNotResponding", Process));
+    Write.Set(Id(1), u".State", std::uint32_t{5});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared("ActivityNotResponding", Process)});
+    Time.Seconds(1000);
+    EXPECT_TRUE(Host->Take().empty());
 }
 
 } // namespace

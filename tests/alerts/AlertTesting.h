@@ -133,6 +133,24 @@ inline Por::Unit MakeActivity(const Common::Guid& id)
     return MakeObject(u"Tol::History::Plain::Activity", id);
 }
 
+// An instance of the type named "machine-1".
+inline Por::Unit MakeInstance(const Common::Guid& id, std::int32_t type)
+{
+    Por::Unit instance = MakeObject(u"InstanceManagement::Instance", id);
+    instance["Type"] = type;
+    instance["FullPath"] = u"machine-1";
+    return instance;
+}
+
+// A protection plan named "Daily", stored under `key`.
+inline Por::Unit MakePlan(const Common::Guid& key, const Common::Guid& planId)
+{
+    Por::Unit plan = MakeObject(u"Gtob::Dto::ProtectionPlan", key);
+    plan["PlanID"] = planId;
+    plan["Name"] = u"Daily";
+    return plan;
+}
+
 // An activity of the command on the instance under the plan.
 inline Por::Unit MakeRun(const Common::Guid& command, const Common::Guid& instance, const Common::Guid& plan)
 {

@@ -1,15 +1,8 @@
 // The backup did not start inspector end to end: item protections, instances, plans and the overdue
 // table in the memory store, the host's components, the timers on the virtual clock.
-#include "AlertTesting.h"
-#include "RecordingListener.h"
 #include "TimingTesting.h"
 #include "alerts/AlertIdentity.h"
-#include "alerts/contract/Inspector.h"
 #include "alerts/inspectors/InspectorFactories.h"
-#include "components/Components.h"
-#include "dml/ServiceHolder.h"
-#include "por/ConstUnit.h"
-#include "por/PorUnit.h"
 
 #include <gtest/gtest.h>
 
@@ -23,41 +16,30 @@ using AlertTesting::Id;
 using Lines = std::vector<std::string>;
 using Testing::RecordingListener;
 
-const Common::Guid MachineId = Id(0x4D41);
 const Common::Guid Instance = Id(0x1A);
 const Common::Guid Plan = Id(0x2B);
 
-std::string Line(const char* state, const Common::Guid& plan, const Common::Guid& instance = Instance)
+// The alert of the plan on the instance, raised or cleared.
+std::string Raised(const Common::Guid& plan)
 {
-    return std::string(state) + " " + Common::GuidToString(Alerts::XorGuids(plan, instance));
+    return Testing::Active("BackupDidNotStart", Alerts::XorGuids(plan, Instance));
+}
+std::string Cleared(const Common::Guid& plan)
+{
+    return Testing::Inactive("", Alerts::XorGuids(plan, Instance));
 }
 
-class DidNotStartTest : public ::testing::Test
+class DidNotStartTest : public TimingTesting::InspectorTest
 {
 protected:
     DidNotStartTest()
     {
-        Write.Create(TimingTesting::MakeInstance(Instance, 1));
-        Por::Unit plan = AlertTesting::MakeObject(u"Gtob::Dto::ProtectionPlan", Plan);
-        plan["PlanID"] = Plan;
-        plan["Name"] = u"Daily";
-        Write.Create(plan);
+        Write.Create(AlertTesting::MakeInstance(Instance, 1));
+        Write.Create(AlertTesting::MakePlan(Plan, Plan));
     }
     void Begin(const Por::Unit& settings = Por::Unit::Composite())
     {
-        Holder = std::make_unique<Runtime::ServiceHolder>(Parts.MakeServiceHolder());
-        Inspector = Alerts::Detail::CreateBackupDidNotStartInspector(*Holder);
-        Inspector->Initialize(Host, settings.Get());
-        Inspector->Start();
-        Async::Detail::WaitUntilIdle();
-    }
-    void TearDown() override
-    {
-        if (Inspector != nullptr)
-        {
-            Inspector->Stop();
-            Inspector->Deinitialize();
-        }
+        InspectorTest::Begin(&Alerts::Detail::CreateBackupDidNotStartInspector, settings);
     }
     // An item of the plan on the instance, next due `ahead` seconds from now.
     Por::Unit Item(const Common::Guid& id, std::int64_t ahead, std::int32_t state = 0,
@@ -71,27 +53,6 @@ protected:
         item["State"] = state;
         return item;
     }
-    // "active"/"inactive" and the id of each call; the type is always "BackupDidNotStart" or any.
-    Lines Calls()
-    {
-        Lines lines;
-        for (const RecordingListener::Call& call : Host->Take())
-        {
-            EXPECT_EQ(call.Type, call.Active ? "BackupDidNotStart" : "");
-            lines.push_back(std::string(call.Active ? "active " : "inactive ") +
-                            Common::GuidToString(call.Id));
-        }
-        return lines;
-    }
-
-    TimingTesting::VirtualTime Time;
-    AlertTesting::LogCapture Log;
-    Host::Components Parts{MachineId};
-    Dml::SynchronousDataStore Client{Dml::ServiceHolder(&Parts.GetStore(), &Parts.GetStore())};
-    TimingTesting::Writer Write{Client};
-    std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
-    std::unique_ptr<Runtime::ServiceHolder> Holder;
-    std::unique_ptr<Alerts::Inspector> Inspector;
 };
 
 TEST_F(DidNotStartTest, TenSecondsAheadWithAGraceOfTwentyIsAThirtySecondTimer)
@@ -109,8 +70,7 @@ TEST_F(DidNotStartTest, TenSecondsAheadWithAGraceOfTwentyIsAThirtySecondTimer)
     EXPECT_TRUE(Host->Take().empty());
     Time.Clock.Advance(1);
     const std::vector<RecordingListener::Call> calls = Host->Take();
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].Id, Alerts::XorGuids(Plan, Instance));
+    ASSERT_EQ(RecordingListener::Lines(calls), Lines{Raised(Plan)});
     const Por::ConstUnit meta(calls[0].Meta);
     EXPECT_EQ(meta["Time"].As<std::int64_t>(), next);
     EXPECT_EQ(meta["MachineID"].As<Common::Guid>(), MachineId);
@@ -126,15 +86,15 @@ TEST_F(DidNotStartTest, APassedTimeAlertsAtOnceButNotRightAfterARun)
     running[".Local.PlanID"] = otherPlan;
     Write.Create(running);
     Begin();
-    EXPECT_EQ(Calls(), (Lines{Line("active", Plan), Line("inactive", otherPlan)}));
+    EXPECT_EQ(Host->TakeLines(), (Lines{Raised(Plan), Cleared(otherPlan)}));
     // The run ends with its time long passed: no alert for that.
     Write.Set(Id(2), u".State", std::int32_t{0});
     Time.Seconds(1000);
-    EXPECT_TRUE(Calls().empty());
+    EXPECT_TRUE(Host->Take().empty());
     // A grace that the passed time does not exceed still waits.
     Write.Set(Id(1), u".NextBackupTime.Time", Time.Now() - 19);
     Time.Seconds(1);
-    EXPECT_EQ(Calls(), Lines{Line("active", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Raised(Plan)});
 }
 
 TEST_F(DidNotStartTest, AMovedScheduleReplacesTheTimerAndARunClearsIt)
@@ -145,28 +105,28 @@ TEST_F(DidNotStartTest, AMovedScheduleReplacesTheTimerAndARunClearsIt)
     Write.Create(Item(Id(1), 10));
     Write.Set(Id(1), u".NextBackupTime.Time", Time.Now() + 100);
     Time.Seconds(104);
-    EXPECT_TRUE(Calls().empty());
+    EXPECT_TRUE(Host->Take().empty());
     Time.Seconds(1);
-    EXPECT_EQ(Calls(), Lines{Line("active", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Raised(Plan)});
     Write.Set(Id(1), u".NextBackupTime.Time", Time.Now() + 100);
     Write.Set(Id(1), u".State", std::int32_t{1});
-    EXPECT_EQ(Calls(), Lines{Line("inactive", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared(Plan)});
     Time.Seconds(1000);
-    EXPECT_TRUE(Calls().empty());
+    EXPECT_TRUE(Host->Take().empty());
 }
 
 TEST_F(DidNotStartTest, LeavingThePatternOrTheStoreClearsTheAlert)
 {
     Begin();
     Write.Create(Item(Id(1), -30));
-    EXPECT_EQ(Calls(), Lines{Line("active", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Raised(Plan)});
     Write.Set(Id(1), u".NextBackupTime.Trigger", std::int32_t{1});
-    EXPECT_EQ(Calls(), Lines{Line("inactive", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared(Plan)});
     Write.Create(Item(Id(2), 10));
     Write.Delete(Id(2));
-    EXPECT_EQ(Calls(), Lines{Line("inactive", Plan)});
+    EXPECT_EQ(Host->TakeLines(), Lines{Cleared(Plan)});
     Time.Seconds(100);
-    EXPECT_TRUE(Calls().empty());
+    EXPECT_TRUE(Host->Take().empty());
 }
 
 TEST_F(DidNotStartTest, AnInstanceThatCannotBeReadArmsNothing)
@@ -175,7 +135,7 @@ TEST_F(DidNotStartTest, AnInstanceThatCannotBeReadArmsNothing)
     Write.Create(Item(Id(1), -30, 0, Id(0x1B)));
     Write.Create(Item(Id(2), 10, 0, Id(0x1B)));
     Time.Seconds(100);
-    EXPECT_TRUE(Calls().empty());
+    EXPECT_TRUE(Host->Take().empty());
     EXPECT_TRUE(Log.HasReadFailure());
 }
 
@@ -195,8 +155,7 @@ TEST_F(DidNotStartTest, TheOverdueTableAtStartRaisesItsAlerts)
     Write.Create(overdue);
     Begin();
     const std::vector<RecordingListener::Call> calls = Host->Take();
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].Id, Alerts::XorGuids(Plan, Instance));
+    ASSERT_EQ(RecordingListener::Lines(calls), Lines{Raised(Plan)});
     const Por::ConstUnit meta(calls[0].Meta);
     EXPECT_EQ(meta["Time"].As<std::int64_t>(), 700);
     EXPECT_EQ(meta["MachineName"].As<Common::WideString>(), u"machine-1");

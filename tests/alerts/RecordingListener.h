@@ -7,6 +7,7 @@
 #include "async/ImmediateResultAction.h"
 #include "common/Error.h"
 #include "common/Guid.h"
+#include "por/ConstUnit.h"
 #include "por/Unit.h"
 #include "por/UnitAccess.h"
 
@@ -19,6 +20,21 @@
 namespace Testing
 {
 
+// A call as a line: "active <type> <id>" or "inactive <type> <id>", an empty type written as "*".
+inline std::string Line(bool active, const std::string& type, const Common::Guid& id)
+{
+    return std::string(active ? "active " : "inactive ") + (type.empty() ? "*" : type) + " " +
+           Common::GuidToString(id);
+}
+inline std::string Active(const std::string& type, const Common::Guid& id)
+{
+    return Line(true, type, id);
+}
+inline std::string Inactive(const std::string& type, const Common::Guid& id)
+{
+    return Line(false, type, id);
+}
+
 class RecordingListener final : public Alerts::Listener
 {
 public:
@@ -28,7 +44,20 @@ public:
         std::string Type;
         Common::Guid Id;
         Por::ConstUnitPtr Meta;
+
+        // A field of the meta; it does not exist when the meta lacks it.
+        Por::ConstUnit Field(const char* key) const { return Por::ConstUnit(Meta)[key]; }
     };
+
+    static std::vector<std::string> Lines(const std::vector<Call>& calls)
+    {
+        std::vector<std::string> lines;
+        for (const Call& call : calls)
+        {
+            lines.push_back(Line(call.Active, call.Type, call.Id));
+        }
+        return lines;
+    }
 
     void OnActive(const Common::Guid& id, const std::string& type, const Por::View::Unit& meta,
                   const Common::WideString&) override
@@ -55,16 +84,7 @@ public:
         return std::exchange(Calls, {});
     }
     // The calls so far as lines, taken.
-    std::vector<std::string> TakeLines()
-    {
-        std::vector<std::string> lines;
-        for (const Call& call : Take())
-        {
-            lines.push_back(std::string(call.Active ? "active " : "inactive ") +
-                            (call.Type.empty() ? "*" : call.Type) + " " + Common::GuidToString(call.Id));
-        }
-        return lines;
-    }
+    std::vector<std::string> TakeLines() { return Lines(Take()); }
     // Waits up to ten seconds until `count` calls wait to be taken.
     bool WaitFor(std::size_t count)
     {

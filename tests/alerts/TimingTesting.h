@@ -1,19 +1,24 @@
-// Helpers of the timing inspectors' tests: a virtual clock installed for a test's life, store objects of
-// the classes the not-responding and did-not-start inspectors read, and writes that return only once
-// the feeds have delivered them.
+// Helpers of the timing inspectors' tests: a virtual clock installed for a test's life, a running
+// activity, writes that return only once the feeds have delivered them, and a fixture that runs one
+// inspector over the host's components.
 #pragma once
 
 #include "AlertTesting.h"
+#include "RecordingListener.h"
+#include "alerts/contract/Inspector.h"
 #include "async/DefaultService.h"
 #include "common/Clock.h"
 #include "common/VirtualClock.h"
+#include "components/Components.h"
 #include "dml/KeyPattern.h"
+#include "dml/ServiceHolder.h"
 #include "dml/SynchronousDataStore.h"
 #include "por/PorUnit.h"
 #include "por/UpdateBuilder.h"
 #include "runtime/EntryPoint.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace TimingTesting
 {
@@ -43,14 +48,6 @@ inline Por::Unit MakeRunning(const Common::Guid& id, const Common::Guid& command
     return activity;
 }
 
-inline Por::Unit MakeInstance(const Common::Guid& id, std::int32_t type)
-{
-    Por::Unit instance = AlertTesting::MakeObject(u"InstanceManagement::Instance", id);
-    instance["Type"] = type;
-    instance["FullPath"] = u"machine-1";
-    return instance;
-}
-
 // The store's writes, each followed by the delivery of its news to every feed.
 class Writer
 {
@@ -60,6 +57,12 @@ public:
     void Create(const Por::Unit& object) const
     {
         Store.Create(CORE_ENTRY_POINT(), object.Get());
+        Async::Detail::WaitUntilIdle();
+    }
+    // Creates the object or replaces the one of its id.
+    void Put(const Por::Unit& object) const
+    {
+        Store.StoreOrUpdate(CORE_ENTRY_POINT(), object.Get());
         Async::Detail::WaitUntilIdle();
     }
     // Overwrites one property of the object of that id.
@@ -78,6 +81,45 @@ public:
 
 private:
     Dml::SynchronousDataStore Store;
+};
+
+// One inspector over the host's components on the virtual clock, told to a recording listener.
+class InspectorTest : public ::testing::Test
+{
+protected:
+    using Factory = std::unique_ptr<Alerts::Inspector> (*)(Runtime::ServiceHolder&);
+
+    // Makes and initializes the inspector; Begin starts it, too, and waits for the start's reads.
+    void Make(Factory factory, const Por::Unit& settings = Por::Unit::Composite())
+    {
+        Holder = std::make_unique<Runtime::ServiceHolder>(Parts.MakeServiceHolder());
+        Inspector = factory(*Holder);
+        Inspector->Initialize(Host, settings.Get());
+    }
+    void Begin(Factory factory, const Por::Unit& settings = Por::Unit::Composite())
+    {
+        Make(factory, settings);
+        Inspector->Start();
+        Async::Detail::WaitUntilIdle();
+    }
+    void TearDown() override
+    {
+        if (Inspector != nullptr)
+        {
+            Inspector->Stop();
+            Inspector->Deinitialize();
+        }
+    }
+
+    const Common::Guid MachineId = AlertTesting::Id(0x4D41);
+    VirtualTime Time;
+    AlertTesting::LogCapture Log;
+    Host::Components Parts{MachineId};
+    Dml::SynchronousDataStore Client{Dml::ServiceHolder(&Parts.GetStore(), &Parts.GetStore())};
+    Writer Write{Client};
+    std::shared_ptr<Testing::RecordingListener> Host = std::make_shared<Testing::RecordingListener>();
+    std::unique_ptr<Runtime::ServiceHolder> Holder;
+    std::unique_ptr<Alerts::Inspector> Inspector;
 };
 
 } // namespace TimingTesting
