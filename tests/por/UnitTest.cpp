@@ -1,3 +1,4 @@
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/UnitAccess.h"
 #include "por/UnitAccumulator.h"
@@ -14,30 +15,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
-
-std::vector<std::string> TraitNames(const View::Unit& unit)
-{
-    std::vector<std::string> names;
-    auto collect =
-        MakeProcessor<const View::Trait>([&](const View::Trait& trait) { names.push_back(trait.GetName()); });
-    unit.GetTraits().ForEach(collect);
-    return names;
-}
+using namespace Por::Testing;
 
 TEST(ValueKindTest, NamesAndNumbers)
 {
@@ -50,19 +28,10 @@ TEST(ValueKindTest, NamesAndNumbers)
     EXPECT_EQ(GetValueTypeIndex(*Factory.CreateError(Common::Success)), ValueKind::Error);
 }
 
-TEST(CompareTest, KindsOrderAndNeverTie)
+TEST(CompareTest, KindsOrderFirstThenValuesWithinTheirKind)
 {
-    const UnitPtr dword = Factory.CreateDWord(1);
-    const UnitPtr sdword = Factory.CreateSDWord(1);
-    EXPECT_FALSE(UnitEqual(*dword, *sdword));
-    EXPECT_FALSE(UnitValueEqual(*Factory.CreateWord(1), *dword));
-    EXPECT_EQ(Compare(*sdword, *dword), 1);
-    EXPECT_EQ(Compare(*dword, *sdword), -1);
-    EXPECT_EQ(Compare(*Factory.CreateNil(), *Factory.CreateComposite()), -1);
-}
-
-TEST(CompareTest, ValuesOrderWithinTheirKind)
-{
+    EXPECT_FALSE(UnitEqual(*Factory.CreateDWord(1), *Factory.CreateSDWord(1)));
+    EXPECT_FALSE(UnitValueEqual(*Factory.CreateWord(1), *Factory.CreateDWord(1)));
     struct Case
     {
         UnitPtr Left;
@@ -72,6 +41,8 @@ TEST(CompareTest, ValuesOrderWithinTheirKind)
     const Common::Guid low{1, 0, 0, {}};
     const Common::Guid high{0, 0, 0, {1}};
     const Case cases[] = {
+        {Factory.CreateSDWord(1), Factory.CreateDWord(1), 1}, // kinds never tie
+        {Factory.CreateNil(), Factory.CreateComposite(), -1},
         {Factory.CreateSDWord(-5), Factory.CreateSDWord(3), -1},
         {Factory.CreateDWord(0xFFFFFFFF), Factory.CreateDWord(3), 1},
         {Factory.CreateBoolean(false), Factory.CreateBoolean(true), -1},
@@ -138,16 +109,13 @@ TEST(TraitsTest, SetSemanticsByNameAndValue)
 {
     const UnitPtr unit = Factory.CreateNil();
     Construction::Traits& traits = unit->GetTraits();
-    traits.Add(Factory.CreateTrait("Is", Factory.CreateString(u"b")));
-    traits.Add(Factory.CreateTrait("Is", Factory.CreateString(u"b")));
-    traits.Add(Factory.CreateTrait("Is", Factory.CreateString(u"a")));
+    for (const char16_t* value : {u"b", u"b", u"a"})
+    {
+        traits.Add(Factory.CreateTrait("Is", Factory.CreateString(value)));
+    }
     traits.Add(Factory.CreateTrait("A", Factory.CreateNil()));
-    EXPECT_EQ(TraitNames(*unit), (std::vector<std::string>{"A", "Is", "Is"}));
-    std::vector<String> values;
-    auto named = MakeProcessor<const View::Trait>(
-        [&](const View::Trait& trait) { values.push_back(Util::GetValue<String>(trait.GetValue())); });
-    unit->GetTraits().ForEachNamed("Is", named);
-    EXPECT_EQ(values, (std::vector<String>{u"a", u"b"}));
+    EXPECT_EQ(TraitList(traits), (std::vector<std::string>{"A=nil", "Is=a", "Is=b"}));
+    EXPECT_EQ(TraitList(traits, "Is"), (std::vector<std::string>{"Is=a", "Is=b"}));
     EXPECT_EQ(traits.Remove("Is"), 2u);
     EXPECT_EQ(traits.Remove("Is"), 0u);
     EXPECT_EQ(Failure([&] { traits.Add(nullptr); }).GetCode(), 0xfa000bu);
@@ -220,18 +188,12 @@ TEST(UnitAccessTest, ValuesReadOnlyAsTheirOwnKind)
 
 TEST(UnitAccessTest, CopyIsDeepAndIndependent)
 {
-    const UnitPtr source = Util::Build()
-                               .Composite()
-                               .Trait("Is", u"Object")
-                               .Property("List")
-                               .Array()
-                               .Element(Common::Guid{1, 2, 3, {4}})
-                               .Value(Blob{1, 2})
-                               .Trait("Mark", nullptr)
-                               .End()
-                               .End()
-                               .Property("Error", Common::Error(COMMON_LOCATION("T"), 0xfa0001, u"e"))
-                               .Done();
+    // clang-format off
+    const UnitPtr source = Util::Build().Composite().Trait("Is", u"Object")
+        .Property("List").Array().Element(Common::Guid{1, 2, 3, {4}}).Value(Blob{1, 2}).Trait("Mark", nullptr).End().End()
+        .Property("Error", Common::Error(COMMON_LOCATION("T"), 0xfa0001, u"e"))
+        .Done();
+    // clang-format on
     const UnitPtr copy = Util::Copy(*source, Factory);
     EXPECT_TRUE(UnitEqual(*copy, *source));
     Util::GetArray(Util::GetPropertyValue(*copy, "List")).PopBack();
@@ -241,18 +203,12 @@ TEST(UnitAccessTest, CopyIsDeepAndIndependent)
 
 TEST(UnitAccumulatorTest, BuildsIntoExistingTrees)
 {
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Property("Keep", 1u)
-                             .Property("Inner")
-                             .Composite()
-                             .Property("x", 1u)
-                             .End()
-                             .Property("List")
-                             .Array()
-                             .Element(1u)
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite().Property("Keep", 1u)
+        .Property("Inner").Composite().Property("x", 1u).End()
+        .Property("List").Array().Element(1u).End()
+        .Done();
+    // clang-format on
     Util::UnitAccumulator into(Factory, root);
     into.BeginProperty("Inner");
     into.BeginComposite();
@@ -268,34 +224,24 @@ TEST(UnitAccumulatorTest, BuildsIntoExistingTrees)
     into.BeginProperty("Keep");
     into.OnString(u"replaced");
     into.End();
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("Inner")
-                                 .Composite()
-                                 .Property("x", 1u)
-                                 .Property("y", 2u)
-                                 .End()
-                                 .Property("Keep", u"replaced")
-                                 .Property("List")
-                                 .Array()
-                                 .Element(1u)
-                                 .Element(2u)
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("Inner").Composite().Property("x", 1u).Property("y", 2u).End()
+        .Property("Keep", u"replaced")
+        .Property("List").Array().Element(1u).Element(2u).End()
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*root, *expected)) << Util::UnitToString(*root);
 }
 
 TEST(UnitPrinterTest, OneLinePerNodeWithTraitsAfterTheirUnit)
 {
-    const UnitPtr unit = Util::Build()
-                             .Composite()
-                             .Property("Name", u"caf\u00e9")
-                             .Property("Count")
-                             .Value(std::int64_t{-3})
-                             .Trait("Unit", nullptr)
-                             .End()
-                             .Property("Ratio", 0.1)
-                             .Done();
+    // clang-format off
+    const UnitPtr unit = Util::Build().Composite().Property("Name", u"caf\u00e9")
+        .Property("Count").Value(std::int64_t{-3}).Trait("Unit", nullptr).End()
+        .Property("Ratio", 0.1)
+        .Done();
+    // clang-format on
     EXPECT_EQ(Util::UnitToString(*unit), "Root (Composite)\n"
                                          "  Count (sqword) = -3\n"
                                          "    ^Unit (NIL)\n"
@@ -316,15 +262,10 @@ TEST(UnitExplorerTest, VisitsTraitsBeforeValuesDepthFirst)
         }
         std::size_t StopAfter = 100;
     };
-    const UnitPtr unit = Util::Build()
-                             .Composite()
-                             .Trait("T", 1u)
-                             .Property("a")
-                             .Array()
-                             .Element(true)
-                             .End()
-                             .Property("b", u"s")
-                             .Done();
+    // clang-format off
+    const UnitPtr unit = Util::Build().Composite().Trait("T", 1u).Property("a").Array().Element(true).End()
+        .Property("b", u"s").Done();
+    // clang-format on
     Recorder all;
     EXPECT_FALSE(all.Explore(*unit));
     EXPECT_EQ(all.Kinds, (std::vector<ValueKind>{ValueKind::Composite, ValueKind::DWord, ValueKind::Array,
@@ -335,28 +276,24 @@ TEST(UnitExplorerTest, VisitsTraitsBeforeValuesDepthFirst)
     EXPECT_EQ(stopping.Kinds.size(), 3u);
 }
 
-} // namespace
-
-namespace
-{
-
 TEST(VisitorTest, ThrowingVisitorAcceptsOnlyWhatItOverrides)
 {
-    struct CompositeOnly : Por::View::TypeMismatchThrowingVisitor
+    struct CompositeOnly : View::TypeMismatchThrowingVisitor
     {
         using TypeMismatchThrowingVisitor::Visit;
-        void Visit(const Por::View::CompositeValue&) override { Seen = true; }
+        void Visit(const View::CompositeValue&) override { Seen = true; }
         bool Seen = false;
     };
     CompositeOnly visitor;
-    Por::GetUnitFactory().CreateComposite()->Visit(visitor);
+    Factory.CreateComposite()->Visit(visitor);
     EXPECT_TRUE(visitor.Seen);
-    const Common::Error error = Failure([&] { Por::GetUnitFactory().CreateGuid({})->Visit(visitor); });
+    const Common::Error error = Failure([&] { Factory.CreateGuid({})->Visit(visitor); });
     EXPECT_EQ(error.GetCode(), 0xfa000au);
-    EXPECT_EQ(error.GetMessage(), u"POR: There is a mismatch in object internal structure. Actual object of type "
-                                  u"'guid' is not expected.");
-    Por::View::NullVisitor nothing;
-    Por::GetUnitFactory().CreateNil()->Visit(nothing);
+    EXPECT_EQ(error.GetMessage(),
+              u"POR: There is a mismatch in object internal structure. Actual object of type "
+              u"'guid' is not expected.");
+    View::NullVisitor nothing;
+    Factory.CreateNil()->Visit(nothing);
 }
 
 } // namespace
