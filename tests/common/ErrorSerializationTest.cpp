@@ -27,9 +27,9 @@ Bytes ToBytes(const Error& error)
     return Bytes(blob.get(), blob.get() + size);
 }
 
-Error Parse(const Bytes& bytes, std::size_t size)
+Error Parse(const Bytes& bytes)
 {
-    return Common::Deserialize(bytes.data(), size);
+    return Common::Deserialize(bytes.data(), bytes.size());
 }
 
 // One record of code 0x00FA0005 and line tag 1 whose message and parameters are `body`.
@@ -80,7 +80,7 @@ Error ThreeRecordChain()
 TEST(ErrorSerializationTest, ChainRoundTripsRecordByRecord)
 {
     const Error original = ThreeRecordChain();
-    const Error parsed = Common::Deserialize(ToBytes(original).data(), ToBytes(original).size());
+    const Error parsed = Parse(ToBytes(original));
     const std::vector<Error> a = Records(parsed);
     const std::vector<Error> b = Records(original);
     ASSERT_EQ(a.size(), 4u);
@@ -104,7 +104,7 @@ TEST(ErrorSerializationTest, ChainRoundTripsRecordByRecord)
     EXPECT_EQ(ToBytes(parsed), ToBytes(original));
 }
 
-TEST(ErrorSerializationTest, CodeOnlyRecordWithoutLocationIsByteExact)
+TEST(ErrorSerializationTest, RecordIsByteExactAndCarriesItsLocationOnlyWhereSet)
 {
     const Error error(Common::ErrorLocation{0x0102030405060708ull, nullptr, nullptr, 0}, 0x00FA0021);
     Bytes expected = {0x01, 0x21, 0x00, 0xFA, 0x00, 0x08, 0x07, 0x06, 0x05, 0x04, 0x03, 0x02, 0x01, 0x00};
@@ -112,12 +112,9 @@ TEST(ErrorSerializationTest, CodeOnlyRecordWithoutLocationIsByteExact)
     expected.insert(expected.end(), module.begin(), module.end());
     expected.insert(expected.end(), {0x00, 0x00});
     EXPECT_EQ(ToBytes(error), expected);
-}
 
-TEST(ErrorSerializationTest, LocationIsWrittenOnlyWhereSet)
-{
-    const Error error(Common::ErrorLocation{1, "f.cpp", nullptr, 7}, 0x00FA0021, u"m");
-    const Bytes bytes = ToBytes(error);
+    // The location is written only where set.
+    const Bytes bytes = ToBytes(Error(Common::ErrorLocation{1, "f.cpp", nullptr, 7}, 0x00FA0021, u"m"));
     const std::string text(bytes.begin(), bytes.end());
     EXPECT_NE(text.find(std::string("$file\0Af.cpp\0", 13)), std::string::npos);
     EXPECT_EQ(text.find("$func"), std::string::npos);
@@ -151,17 +148,14 @@ TEST(ErrorSerializationTest, BlobCutAnywhereGivesTheCompleteRecordsBeforeTheCut)
     }
 }
 
-TEST(ErrorSerializationTest, ForeignVersionsAndEmptyBlobsAreSuccess)
+TEST(ErrorSerializationTest, ForeignVersionsZeroCodesAndMalformedRecordsEndTheParse)
 {
-    Bytes bytes = ToBytes(ThreeRecordChain());
-    EXPECT_EQ(Common::Deserialize(bytes.data(), 0).GetCode(), 0u);
+    Bytes chain = ToBytes(ThreeRecordChain());
+    EXPECT_EQ(Common::Deserialize(chain.data(), 0).GetCode(), 0u);
     EXPECT_EQ(Common::Deserialize(nullptr, 10).GetCode(), 0u);
-    bytes[0] = 2;
-    EXPECT_EQ(Parse(bytes, bytes.size()).GetCode(), 0u);
-}
+    chain[0] = 2;
+    EXPECT_EQ(Parse(chain).GetCode(), 0u);
 
-TEST(ErrorSerializationTest, ZeroCodeInTheMiddleEndsTheChain)
-{
     Error first(COMMON_LOCATION("A"), 0x00FA0001, u"first");
     Error second(COMMON_LOCATION("B"), 0x00FA0002, u"second");
     second.SetSubError(Error(COMMON_LOCATION("C"), 0x00FA0003));
@@ -170,14 +164,11 @@ TEST(ErrorSerializationTest, ZeroCodeInTheMiddleEndsTheChain)
     const std::uint8_t code[] = {0x02, 0x00, 0xFA, 0x00};
     const auto where = std::search(bytes.begin() + 1, bytes.end(), std::begin(code), std::end(code));
     ASSERT_NE(where, bytes.end());
-    std::fill(where, where + 4, 0);
-    const Error parsed = Parse(bytes, bytes.size());
+    std::fill(where, where + 4, 0); // a zero code in the middle
+    const Error parsed = Parse(bytes);
     ASSERT_EQ(Records(parsed).size(), 1u);
     EXPECT_EQ(parsed.GetMessage(), u"first");
-}
 
-TEST(ErrorSerializationTest, MalformedRecordsEndTheParse)
-{
     struct Case
     {
         const char* Name;
@@ -199,17 +190,14 @@ TEST(ErrorSerializationTest, MalformedRecordsEndTheParse)
     };
     for (const Case& test : cases)
     {
-        const Bytes bytes = RecordOf(test.Body);
-        EXPECT_EQ(Records(Parse(bytes, bytes.size())).size(), test.Records) << test.Name;
+        EXPECT_EQ(Records(Parse(RecordOf(test.Body))).size(), test.Records) << test.Name;
     }
-    const Bytes surrogate = RecordOf(std::string("\xED\xA0\x80\0\0", 5));
-    EXPECT_EQ(Parse(surrogate, surrogate.size()).GetMessage(), std::u16string(1, u'\xD800'));
+    EXPECT_EQ(Parse(RecordOf(std::string("\xED\xA0\x80\0\0", 5))).GetMessage(), std::u16string(1, u'\xD800'));
 }
 
 TEST(ErrorSerializationTest, PseudoKeysWithOtherTypesAreOrdinaryParameters)
 {
-    const Bytes bytes = RecordOf(std::string("m\0$file\0N12345678$line\0Ax\0\0", 27));
-    const Error parsed = Parse(bytes, bytes.size());
+    const Error parsed = Parse(RecordOf(std::string("m\0$file\0N12345678$line\0Ax\0\0", 27)));
     ASSERT_EQ(parsed.GetCode(), 0x00FA0005u);
     EXPECT_STREQ(parsed.GetKeys(), "$file,$line");
     EXPECT_EQ(parsed.GetLineTag().File, nullptr);
@@ -254,7 +242,7 @@ TEST(ErrorSerializationTest, ParseUnderMemoryFailureKeepsWhatIsComplete)
         {
             Testing::AllocationCounter counter;
             counter.FailAfter(successes);
-            parsed = Parse(bytes, bytes.size());
+            parsed = Parse(bytes);
         }
         EXPECT_LE(Records(parsed).size(), 4u);
     }

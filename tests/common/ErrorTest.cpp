@@ -65,7 +65,7 @@ TEST(ErrorTest, CodeZeroIsSuccessWhateverElseIsGiven)
     }
 }
 
-TEST(ErrorTest, RecordKindsAnswerMessageKeysAndModule)
+TEST(ErrorTest, RecordKindsAnswerMessageKeysModuleAndParametersByKeyAndType)
 {
     const auto location = COMMON_LOCATION("Common::Test");
     const Error codeOnly(location, TestCode);
@@ -86,10 +86,7 @@ TEST(ErrorTest, RecordKindsAnswerMessageKeysAndModule)
         EXPECT_STREQ(error->GetLineTag().Function, "Common::Test");
         EXPECT_EQ(error->GetLineTag().Line, location.Line);
     }
-}
 
-TEST(ErrorTest, ParameterKindsAnswerByKeyAndType)
-{
     const Error traced(COMMON_LOCATION("Test"), TestCode, Common::TraceLevelErrorKind, u"traced", {4});
     EXPECT_EQ(traced.GetMessage(), u"traced");
     EXPECT_STREQ(traced.GetKeys(), "TraceLevel,$module");
@@ -149,17 +146,19 @@ TEST(ErrorTest, CopiesShareTheChainAndLastReleaseFreesIt)
     EXPECT_EQ(moved.GetMessage(), u"first");
 }
 
-TEST(ErrorTest, SetSubErrorOnSuccessBecomesTheCauseItself)
-{
-    const Error cause(COMMON_LOCATION("Test"), TestCode, u"cause");
-    Error error;
-    error.SetSubError(cause);
-    EXPECT_EQ(HeadOf(error), HeadOf(cause));
-    EXPECT_EQ(ChainLength(error), 1u);
-}
-
 TEST(ErrorTest, SetSubErrorAndAddHResultReplaceTheCauseInPlaceWhenUnshared)
 {
+    // On success the cause becomes the error itself; the error itself as cause is a copy, not a cycle.
+    const Error cause(COMMON_LOCATION("Test"), TestCode, u"cause");
+    Error success;
+    success.SetSubError(cause);
+    EXPECT_EQ(HeadOf(success), HeadOf(cause));
+    EXPECT_EQ(ChainLength(success), 1u);
+    Error self(COMMON_LOCATION("Test"), TestCode, u"self");
+    self.SetSubError(self);
+    EXPECT_EQ(ChainLength(self), 2u);
+    EXPECT_EQ(self.GetSubError().GetMessage(), u"self");
+
     Error error(COMMON_LOCATION("Test"), TestCode, u"head");
     const Common::ErrorRecord* head = HeadOf(error);
     error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 1, u"one"));
@@ -190,15 +189,7 @@ TEST(ErrorTest, SetSubErrorOnSharedHeadClonesAndLeavesTheOtherHandleAlone)
     EXPECT_EQ(HeadOf(other)->RefCount.load(), 1u);
 }
 
-TEST(ErrorTest, SetSubErrorWithItselfBuildsNoCycle)
-{
-    Error error(COMMON_LOCATION("Test"), TestCode, u"self");
-    error.SetSubError(error);
-    EXPECT_EQ(ChainLength(error), 2u);
-    EXPECT_EQ(error.GetSubError().GetMessage(), u"self");
-}
-
-TEST(ErrorTest, SystemValuesAreStoredByTheirRules)
+TEST(ErrorTest, SystemValuesAreStoredByTheirRulesWithTheBuiltInTexts)
 {
     const struct
     {
@@ -222,62 +213,43 @@ TEST(ErrorTest, SystemValuesAreStoredByTheirRules)
     const Error own = Plain().AddHResult(1).GetSubError();
     EXPECT_STREQ(own.GetLineTag().Function, "Common::Error::AddHResult");
     EXPECT_STREQ(own.GetLineTag().File, "src/common/Error.cpp");
-}
-
-class SystemMessageTest : public ::testing::Test
-{
-protected:
-    static WideString Source(std::uint32_t status, bool ntStatus)
-    {
-        Seen.push_back({status, ntStatus});
-        return Text;
-    }
-    void SetUp() override
-    {
-        Seen.clear();
-        Previous = Common::SetSystemMessageSource(Source);
-    }
-    void TearDown() override { Common::SetSystemMessageSource(Previous); }
-
-    WideString MessageOf(const WideString& text)
-    {
-        Text = text;
-        return Plain().AddHResult(0x80070005).GetSubError().GetMessage();
-    }
-
-    static inline WideString Text;
-    static inline std::vector<std::pair<std::uint32_t, bool>> Seen;
-    Common::SystemMessageSource Previous = nullptr;
-};
-
-TEST_F(SystemMessageTest, TextLosesItsLineEndsAndAOneLineTextItsFinalFullStop)
-{
-    EXPECT_EQ(MessageOf(u"Access is denied.\r\n"), u"Access is denied");
-    EXPECT_EQ(MessageOf(u"Ac\rcess\r is denied.\n"), u"Access is denied");
-    EXPECT_EQ(MessageOf(u"No full stop\r\n"), u"No full stop");
-    EXPECT_EQ(MessageOf(u"."), u"");
-    EXPECT_EQ(MessageOf(u""), u"");
-    EXPECT_EQ(MessageOf(u"\r\n"), u"");
-    EXPECT_EQ(MessageOf(u"{Access Denied}\r\nA process was refused.\r\n"),
-              u"{Access Denied}\nA process was refused.");
-    EXPECT_EQ(MessageOf(u"one\n\n"), u"one\n");
-}
-
-TEST_F(SystemMessageTest, NtStatusIsAskedWithoutItsMarker)
-{
-    Text = WideString(u"x");
-    Plain().AddNTStatus(0xC0000022).GetSubError().GetMessage();
-    Plain().AddWindowsError(5).GetSubError().GetMessage();
-    ASSERT_EQ(Seen.size(), 2u);
-    EXPECT_EQ(Seen[0], std::make_pair(0xC0000022u, true));
-    EXPECT_EQ(Seen[1], std::make_pair(0x80070005u, false));
-}
-
-TEST(ErrorTest, BuiltInSystemTextsNameUnknownValues)
-{
+    // The built-in texts name the values they don't know.
     EXPECT_EQ(Plain().AddWindowsError(5).GetSubError().GetMessage(), u"Access is denied");
     EXPECT_EQ(Plain().AddHResult(0x8000FFFF).GetSubError().GetMessage(), u"HRESULT 0x8000FFFF");
     EXPECT_EQ(Plain().AddNTStatus(0xC0001234).GetSubError().GetMessage(), u"NTSTATUS 0xC0001234");
+}
+
+// The installed source answers every system value with SourceText and notes what it was asked.
+WideString SourceText = u"x";
+std::vector<std::pair<std::uint32_t, bool>> Asked;
+WideString AnswerSourceText(std::uint32_t status, bool ntStatus)
+{
+    Asked.push_back({status, ntStatus});
+    return SourceText;
+}
+
+TEST(ErrorTest, SystemTextIsAskedWithoutTheNtMarkerAndLosesLineEndsAndAOneLineTextsFullStop)
+{
+    const Common::SystemMessageSource previous = Common::SetSystemMessageSource(AnswerSourceText);
+    Plain().AddNTStatus(0xC0000022).GetSubError().GetMessage();
+    Plain().AddWindowsError(5).GetSubError().GetMessage();
+    EXPECT_EQ(Asked,
+              (std::vector<std::pair<std::uint32_t, bool>>{{0xC0000022u, true}, {0x80070005u, false}}));
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"Access is denied.\r\n", u"Access is denied"},
+        {u"Ac\rcess\r is denied.\n", u"Access is denied"},
+        {u"No full stop\r\n", u"No full stop"},
+        {u".", u""},
+        {u"", u""},
+        {u"\r\n", u""},
+        {u"{Access Denied}\r\nA process was refused.\r\n", u"{Access Denied}\nA process was refused."},
+        {u"one\n\n", u"one\n"}};
+    for (const auto& [text, expected] : cases)
+    {
+        SourceText = text;
+        EXPECT_EQ(Plain().AddHResult(0x80070005).GetSubError().GetMessage(), expected);
+    }
+    Common::SetSystemMessageSource(previous);
 }
 
 TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
@@ -291,7 +263,6 @@ TEST(ErrorTest, LongChainIsReleasedWithoutRecursion)
     }
     EXPECT_EQ(HeadOf(chain)->RefCount.load(), 1u);
     chain = Error(); // would overflow the stack if release recursed
-    SUCCEED();
 }
 
 TEST(ErrorTest, HandlesCopiedAndReleasedOnManyThreads)
@@ -316,7 +287,7 @@ TEST(ErrorTest, HandlesCopiedAndReleasedOnManyThreads)
     EXPECT_EQ(HeadOf(shared)->Next->RefCount.load(), 1u);
 }
 
-TEST(ErrorTest, OutOfMemoryGivesTheStaticRecord)
+TEST(ErrorTest, OutOfMemoryGivesTheStaticRecordAndDropsACauseThatCannotBeChained)
 {
     SKIP_WITHOUT_ALLOCATION_HOOKS();
     Error error;
@@ -339,21 +310,18 @@ TEST(ErrorTest, OutOfMemoryGivesTheStaticRecord)
     // Still usable: the static record is never freed.
     EXPECT_EQ(oom->Code, Common::OutOfMemoryCode);
     EXPECT_GE(oom->RefCount.load(), 1u);
-}
 
-TEST(ErrorTest, ChainingThatCannotCloneKeepsTheHeadAndDropsTheCause)
-{
-    SKIP_WITHOUT_ALLOCATION_HOOKS();
-    Error error(COMMON_LOCATION("Test"), TestCode, u"head");
-    const Error other = error;
+    // Chaining that cannot clone a shared head keeps the head and drops the cause.
+    Error head(COMMON_LOCATION("Test"), TestCode, u"head");
+    const Error other = head;
     const Error cause(COMMON_LOCATION("Test"), TestCode + 1);
     {
         Testing::AllocationCounter counter;
         counter.FailAfter(0);
-        error.SetSubError(cause);
+        head.SetSubError(cause);
     }
-    EXPECT_EQ(HeadOf(error), HeadOf(other));
-    EXPECT_EQ(error.GetSubError().GetCode(), 0u);
+    EXPECT_EQ(HeadOf(head), HeadOf(other));
+    EXPECT_EQ(head.GetSubError().GetCode(), 0u);
     EXPECT_EQ(HeadOf(cause)->RefCount.load(), 1u);
 }
 
