@@ -1,5 +1,6 @@
 #include "por/BaseObject.h"
 
+#include "TestUnits.h"
 #include "common/Error.h"
 #include "por/Compare.h"
 #include "por/ConversionErrors.h"
@@ -18,21 +19,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 class Details : public BaseObject
 {
@@ -54,73 +41,46 @@ public:
     Details GetDetails() const { return GetObject<Details>("Details"); }
 };
 
-TEST(BaseObjectTest, IsSetIsFalseForMissingAndNilMarkedProperties)
+TEST(BaseObjectTest, NilMarkedPropertiesAreUnsetAndStayOutOfThePattern)
 {
     Record record(Factory.CreateComposite());
     record.SetNil("Name", Factory.CreateString(u""));
+    record.SetNil("Count", Factory.CreateDWord(0));
     EXPECT_FALSE(record.IsSet("Name"));
     EXPECT_FALSE(record.IsSet("Missing"));
     record.SetName(u"x");
     EXPECT_TRUE(record.IsSet("Name"));
     EXPECT_EQ(record.GetName(), u"x");
+
+    const ConstUnitPtr pattern = record.ToPattern();
+    EXPECT_EQ(Util::FindPropertyValue(*pattern, "Count"), nullptr);
+    EXPECT_TRUE(Util::HasTraitWithValue(Util::GetPropertyValue(*pattern, "Name"), "EqualValue", u"x"));
+    EXPECT_TRUE(Match(*record.ToUnit(), *pattern));
+    record.SetName(u"y");
+    EXPECT_FALSE(Match(*record.ToUnit(), *pattern));
 }
 
 TEST(BaseObjectTest, ToUnitRemovesNilNodesAtAllDepthsDeepestFirst)
 {
     // Details is Nil and holds a Nil property; Items has a Nil element between elements with Nil
     // properties, so removing in the wrong order would hit a shifted index.
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Property("Name", u"kept")
-                             .Property("Count")
-                             .Value(0u)
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .Property("Details")
-                             .Composite()
-                             .Trait("Nil", nullptr)
-                             .Property("Specific")
-                             .Value(0u)
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .Property("Other", 1u)
-                             .End()
-                             .Property("Items")
-                             .Array()
-                             .Composite()
-                             .Property("A", 1u)
-                             .Property("B")
-                             .Value(2u)
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .End()
-                             .Composite()
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .Composite()
-                             .Property("A")
-                             .Value(3u)
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .Property("C", 4u)
-                             .End()
-                             .End()
-                             .End()
-                             .Done();
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("Name", u"kept")
-                                 .Property("Items")
-                                 .Array()
-                                 .Composite()
-                                 .Property("A", 1u)
-                                 .End()
-                                 .Composite()
-                                 .Property("C", 4u)
-                                 .End()
-                                 .End()
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite().Property("Name", u"kept")
+        .Property("Count").Value(0u).Trait("Nil", nullptr).End()
+        .Property("Details").Composite().Trait("Nil", nullptr)
+            .Property("Specific").Value(0u).Trait("Nil", nullptr).End()
+            .Property("Other", 1u)
+        .End()
+        .Property("Items").Array()
+            .Composite().Property("A", 1u).Property("B").Value(2u).Trait("Nil", nullptr).End().End()
+            .Composite().Trait("Nil", nullptr).End()
+            .Composite().Property("A").Value(3u).Trait("Nil", nullptr).End().Property("C", 4u).End()
+        .End()
+        .Done();
+    const UnitPtr expected = Util::Build().Composite().Property("Name", u"kept")
+        .Property("Items").Array().Composite().Property("A", 1u).End().Composite().Property("C", 4u).End().End()
+        .Done();
+    // clang-format on
     const Record record(root);
     const UnitPtr unit = record.ToUnit();
     EXPECT_TRUE(UnitEqual(*unit, *expected)) << Util::UnitToString(*unit);
@@ -129,48 +89,20 @@ TEST(BaseObjectTest, ToUnitRemovesNilNodesAtAllDepthsDeepestFirst)
 
 TEST(BaseObjectTest, SettingBelowNilSubObjectsMakesTheWholeWayAppear)
 {
-    const UnitPtr root = Util::Build()
-                             .Composite()
-                             .Property("Details")
-                             .Composite()
-                             .Trait("Nil", nullptr)
-                             .Property("Inner")
-                             .Composite()
-                             .Trait("Nil", nullptr)
-                             .Property("Specific")
-                             .Value(0u)
-                             .Trait("Nil", nullptr)
-                             .End()
-                             .End()
-                             .End()
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr root = Util::Build().Composite()
+        .Property("Details").Composite().Trait("Nil", nullptr)
+            .Property("Inner").Composite().Trait("Nil", nullptr)
+                .Property("Specific").Value(0u).Trait("Nil", nullptr)
+        .Done();
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("Details").Composite().Property("Inner").Composite().Property("Specific", 5u).Done();
+    // clang-format on
     const Record record(root);
     Details inner = record.GetDetails().GetInner();
     inner.SetSpecific(5);
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("Details")
-                                 .Composite()
-                                 .Property("Inner")
-                                 .Composite()
-                                 .Property("Specific", 5u)
-                                 .Done();
     EXPECT_TRUE(UnitEqual(*record.ToUnit(), *expected)) << Util::UnitToString(*record.ToUnit());
     EXPECT_EQ(record.GetDetails().GetInner().GetSpecific(), 5u);
-}
-
-TEST(BaseObjectTest, ToPatternAsksForTheSetValuesOnly)
-{
-    Record record(Factory.CreateComposite());
-    record.SetNil("Count", Factory.CreateDWord(0));
-    record.SetName(u"x");
-    const ConstUnitPtr pattern = record.ToPattern();
-    EXPECT_EQ(Util::FindPropertyValue(*pattern, "Count"), nullptr);
-    EXPECT_TRUE(Util::HasTraitWithValue(Util::GetPropertyValue(*pattern, "Name"), "EqualValue", u"x"));
-    EXPECT_TRUE(Match(*record.ToUnit(), *pattern));
-    record.SetName(u"y");
-    EXPECT_FALSE(Match(*record.ToUnit(), *pattern));
 }
 
 TEST(BaseObjectTest, UninitialisedAccessorsAndMissingDefaultThrow)
@@ -240,20 +172,12 @@ TEST(DictionaryTest, ValuesAreSearchableArraysAndAddAppends)
     dictionary.Set("One", *Factory.CreateDWord(1));
     dictionary.Add("Two", *Factory.CreateDWord(2));
     dictionary.Add("Two", *Factory.CreateString(u"b"));
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("One")
-                                 .Array()
-                                 .Trait("Searchable", nullptr)
-                                 .Element(1u)
-                                 .End()
-                                 .Property("Two")
-                                 .Array()
-                                 .Trait("Searchable", nullptr)
-                                 .Element(2u)
-                                 .Element(String(u"b"))
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("One").Array().Trait("Searchable", nullptr).Element(1u).End()
+        .Property("Two").Array().Trait("Searchable", nullptr).Element(2u).Element(String(u"b")).End()
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(dictionary.Data(), *expected)) << Util::UnitToString(dictionary.Data());
     ASSERT_NE(dictionary.Find("One"), nullptr);
     EXPECT_TRUE(UnitEqual(*dictionary.Find("One"), Util::GetPropertyValue(*expected, "One")));
