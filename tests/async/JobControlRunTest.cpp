@@ -1,5 +1,6 @@
 // JobControl runs driven from one thread: what the handler receives for each way Perform can fail, and
 // handlers that reuse the control or throw.
+#include "async/ActionAdaptor.h"
 #include "async/Errors.h"
 #include "async/JobControl.h"
 #include "common/AssertCapture.h"
@@ -14,19 +15,6 @@ namespace
 {
 
 using Async::JobControl;
-
-class LambdaAction final : public Async::Action
-{
-public:
-    explicit LambdaAction(std::function<std::shared_ptr<Async::Job>(Async::ActionHandler&)> perform)
-        : Body(std::move(perform))
-    {
-    }
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override { return Body(handler); }
-
-private:
-    std::function<std::shared_ptr<Async::Job>(Async::ActionHandler&)> Body;
-};
 
 class Recorder final : public Async::ActionHandler
 {
@@ -43,11 +31,6 @@ public:
         }
     }
 };
-
-std::u16string TextOf(const Common::Error& error)
-{
-    return std::u16string(error.GetMessage());
-}
 
 TEST(JobControlRunTest, AnExceptionFromPerformBecomesTheRunsResult)
 {
@@ -68,7 +51,7 @@ TEST(JobControlRunTest, AnExceptionFromPerformBecomesTheRunsResult)
     };
     for (const Case& test : cases)
     {
-        LambdaAction action(
+        const auto action = Async::MakeAction(
             [&](Async::ActionHandler&) -> std::shared_ptr<Async::Job>
             {
                 test.Throw();
@@ -76,10 +59,10 @@ TEST(JobControlRunTest, AnExceptionFromPerformBecomesTheRunsResult)
             });
         Recorder handler;
         JobControl control;
-        control.Run(action, handler, nullptr);
+        control.Run(*action, handler, nullptr);
         ASSERT_EQ(handler.Results.size(), 1u);
         EXPECT_EQ(handler.Results[0].GetCode(), test.Code);
-        EXPECT_EQ(TextOf(handler.Results[0]), test.Text);
+        EXPECT_EQ(handler.Results[0].GetMessage(), test.Text);
         EXPECT_EQ(handler.Results[0].GetSubError().GetCode(), test.SubCode);
         EXPECT_EQ(control.GetState(), JobControl::StateBegin);
     }
@@ -88,7 +71,7 @@ TEST(JobControlRunTest, AnExceptionFromPerformBecomesTheRunsResult)
 TEST(JobControlRunTest, AHandlerMayStartTheNextRunOnTheSameControl)
 {
     int performed = 0;
-    LambdaAction action(
+    const auto action = Async::MakeAction(
         [&](Async::ActionHandler& handler) -> std::shared_ptr<Async::Job>
         {
             ++performed;
@@ -101,10 +84,10 @@ TEST(JobControlRunTest, AHandlerMayStartTheNextRunOnTheSameControl)
     {
         if (handler.Results.size() < 3)
         {
-            control.Run(action, handler, nullptr);
+            control.Run(*action, handler, nullptr);
         }
     };
-    control.Run(action, handler, nullptr);
+    control.Run(*action, handler, nullptr);
     EXPECT_EQ(performed, 3);
     EXPECT_EQ(handler.Results.size(), 3u);
     EXPECT_EQ(control.GetState(), JobControl::StateBegin);
@@ -113,7 +96,7 @@ TEST(JobControlRunTest, AHandlerMayStartTheNextRunOnTheSameControl)
 TEST(JobControlRunTest, AThrowingHandlerEndsTheRunAndTheControlStaysUsable)
 {
     Testing::AssertCapture asserts;
-    LambdaAction action(
+    const auto action = Async::MakeAction(
         [](Async::ActionHandler& handler) -> std::shared_ptr<Async::Job>
         {
             handler.Completed(Common::Success);
@@ -122,8 +105,8 @@ TEST(JobControlRunTest, AThrowingHandlerEndsTheRunAndTheControlStaysUsable)
     JobControl control;
     Recorder handler;
     handler.OnCompleted = [](const Common::Error&) { throw std::runtime_error("handler broke"); };
-    control.Run(action, handler, nullptr);
-    control.Run(action, handler, nullptr);
+    control.Run(*action, handler, nullptr);
+    control.Run(*action, handler, nullptr);
     EXPECT_EQ(handler.Results.size(), 2u);
     EXPECT_EQ(control.GetState(), JobControl::StateBegin);
     EXPECT_TRUE(asserts.Expressions().empty());
@@ -136,7 +119,7 @@ TEST(JobControlRunTest, AJobWhoseCancelThrowsStillEndsItsRun)
         void Cancel() override { throw std::runtime_error("no"); }
     };
     Async::ActionHandler* pending = nullptr;
-    LambdaAction action(
+    const auto action = Async::MakeAction(
         [&](Async::ActionHandler& handler) -> std::shared_ptr<Async::Job>
         {
             pending = &handler;
@@ -144,7 +127,7 @@ TEST(JobControlRunTest, AJobWhoseCancelThrowsStillEndsItsRun)
         });
     JobControl control;
     Recorder handler;
-    control.Run(action, handler, nullptr);
+    control.Run(*action, handler, nullptr);
     control.Cancel();
     EXPECT_TRUE(handler.Results.empty());
     pending->Completed(Async::Errors::Canceled());

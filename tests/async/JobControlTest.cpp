@@ -395,8 +395,6 @@ private:
                 Release(Stage::JobGate);
             }
             break;
-        default:
-            break;
         }
     }
 
@@ -539,7 +537,20 @@ private:
     Outcome Observed;
 };
 
-void PlayAll(JobKind kind)
+class JobControlTest : public ::testing::TestWithParam<JobKind>
+{
+};
+std::string KindName(const ::testing::TestParamInfo<JobKind>& info)
+{
+    const char* names[] = {"NullJob", "HonouringAtOnce", "HonouringLater", "Ignoring"};
+    return names[static_cast<int>(info.param)];
+}
+INSTANTIATE_TEST_SUITE_P(Jobs, JobControlTest,
+                         ::testing::Values(JobKind::None, JobKind::Honouring, JobKind::Deferring,
+                                           JobKind::Ignoring),
+                         KindName);
+
+TEST_P(JobControlTest, EveryOrderingOfOneRunsEvents)
 {
     const std::vector<std::string> scripts = MakeScripts();
     Testing::AssertCapture asserts;
@@ -548,7 +559,7 @@ void PlayAll(JobKind kind)
     {
         for (const std::string& script : scripts)
         {
-            Harness harness(kind, owner, script);
+            Harness harness(GetParam(), owner, script);
             harness.Play();
             ++played;
             SCOPED_TRACE("script " + script + (owner ? " with an owner" : " without an owner"));
@@ -558,33 +569,13 @@ void PlayAll(JobKind kind)
             EXPECT_FALSE(harness.JobLeaked());
             EXPECT_LE(harness.JobCancels(), 1);
             EXPECT_TRUE(asserts.Expressions().empty()) << "the control found its state logic broken";
-            if (::testing::Test::HasFailure())
+            if (HasFailure())
             {
                 return; // the first failing script says enough
             }
         }
     }
     EXPECT_GT(played, 1000);
-}
-
-TEST(JobControlTest, EveryOrderingWithANullJob)
-{
-    PlayAll(JobKind::None);
-}
-
-TEST(JobControlTest, EveryOrderingWithAJobThatHonoursTheCancelAtOnce)
-{
-    PlayAll(JobKind::Honouring);
-}
-
-TEST(JobControlTest, EveryOrderingWithAJobThatHonoursTheCancelLater)
-{
-    PlayAll(JobKind::Deferring);
-}
-
-TEST(JobControlTest, EveryOrderingWithAJobThatIgnoresTheCancel)
-{
-    PlayAll(JobKind::Ignoring);
 }
 
 } // namespace
