@@ -27,7 +27,8 @@ namespace
 namespace Codes = Alerts::ErrorCodes;
 using AlertTesting::Id;
 using Lines = std::vector<std::string>;
-using Call = Testing::RecordingListener::Call;
+using Testing::RecordingListener;
+using Call = RecordingListener::Call;
 
 const Common::Guid Machine = Id(0x3C);
 const Common::Guid Instance = Id(0x1A);
@@ -51,28 +52,10 @@ Common::Guid CommandAlert(const Common::Guid& plan, const Common::Guid& command)
     return Alerts::XorGuids(BackupAlert(plan), command);
 }
 
-std::string Active(const char* type, const Common::Guid& id)
-{
-    return std::string("active ") + type + " " + Common::GuidToString(id);
-}
+using Testing::Active;
 std::string Inactive(const Common::Guid& id)
 {
-    return "inactive * " + Common::GuidToString(id);
-}
-Lines LinesOf(const std::vector<Call>& calls)
-{
-    Lines lines;
-    for (const Call& call : calls)
-    {
-        lines.push_back(call.Active ? Active(call.Type.c_str(), call.Id) : Inactive(call.Id));
-    }
-    return lines;
-}
-
-// A meta field, or nothing when the meta lacks it.
-Por::ConstUnit MetaField(const Call& call, const char* key)
-{
-    return Por::ConstUnit(call.Meta)[key];
+    return Testing::Inactive("", id);
 }
 
 // A started activity of `command` on the instance under `plan`.
@@ -179,7 +162,7 @@ protected:
         Client.Delete(CORE_ENTRY_POINT(), *Dml::MakeKeyPatternFromValue(probe));
         return calls;
     }
-    Lines SettleLines() { return LinesOf(Settle()); }
+    Lines SettleLines() { return RecordingListener::Lines(Settle()); }
 
     std::optional<std::int64_t> Mark() { return Alerts::Detail::ReadLastDmlTimeStamp(Client); }
     std::int64_t StampOf(const Common::Guid& id)
@@ -230,10 +213,7 @@ TEST_F(ActivityFailingTest, OnlyAStartedBackupOfThePlanClearsItsAlert)
 // escalate, the backup's alert with the same meta. The backup's own failure then raises nothing more.
 TEST_F(ActivityFailingTest, AFailedChildAlertsForItselfAndEscalatesToItsBackupOnce)
 {
-    Por::Unit instance = AlertTesting::MakeObject(u"InstanceManagement::Instance", Instance);
-    instance["Type"] = std::int32_t{1};
-    instance["FullPath"] = u"host-1";
-    Write(instance);
+    Write(AlertTesting::MakeInstance(Instance, 1));
     Launch();
     struct Case
     {
@@ -264,17 +244,17 @@ TEST_F(ActivityFailingTest, AFailedChildAlertsForItselfAndEscalatesToItsBackupOn
         {
             expected.push_back(Active("BackupFailed", BackupAlert(test.Plan)));
         }
-        ASSERT_EQ(LinesOf(calls), expected);
+        ASSERT_EQ(RecordingListener::Lines(calls), expected);
         for (const Call& call : calls)
         {
-            EXPECT_EQ(MetaField(call, "Error").As<Common::Error>().GetCode(), 0x00AB0007u);
-            EXPECT_EQ(MetaField(call, "ActivityName").As<Por::String>(), u"Verify archive");
-            EXPECT_EQ(MetaField(call, "MachineName").As<Por::String>(), u"host-1");
+            EXPECT_EQ(call.Field("Error").As<Common::Error>().GetCode(), 0x00AB0007u);
+            EXPECT_EQ(call.Field("ActivityName").As<Por::String>(), u"Verify archive");
+            EXPECT_EQ(call.Field("MachineName").As<Por::String>(), u"machine-1");
             // The plan can't be read: the activity's own plan fields stand in.
-            EXPECT_EQ(MetaField(call, "PlanID").As<Common::Guid>(), test.Plan);
-            EXPECT_EQ(MetaField(call, "PlanName").As<Por::String>(), u"Nightly");
-            EXPECT_EQ(MetaField(call, "ActivityID").As<Common::Guid>(), child);
-            EXPECT_EQ(MetaField(call, "FinishTime").As<std::int64_t>(), 30);
+            EXPECT_EQ(call.Field("PlanID").As<Common::Guid>(), test.Plan);
+            EXPECT_EQ(call.Field("PlanName").As<Por::String>(), u"Nightly");
+            EXPECT_EQ(call.Field("ActivityID").As<Common::Guid>(), child);
+            EXPECT_EQ(call.Field("FinishTime").As<std::int64_t>(), 30);
         }
     }
 }
@@ -314,18 +294,18 @@ TEST_F(ActivityFailingTest, WarningsAndCancelsOfBackupsAndOtherCommands)
         Finish(Id(number), test.Result, 20, test.WithWarnings ? Issues({first, second}) : Por::Unit::Array());
         const std::vector<Call> calls = Settle();
         const Common::Guid id = test.Command == Verify ? CommandAlert(plan, Verify) : BackupAlert(plan);
-        ASSERT_EQ(LinesOf(calls), (Lines{Inactive(id), Active(test.Type, id)}));
+        ASSERT_EQ(RecordingListener::Lines(calls), (Lines{Inactive(id), Active(test.Type, id)}));
         const Call& alert = calls.back();
-        EXPECT_EQ(MetaField(alert, "Warning").As<Common::Error>().GetCode(), test.Warning);
-        EXPECT_FALSE(MetaField(alert, "Error").Exists());
-        EXPECT_EQ(MetaField(alert, "WarningsCount").Exists(), test.Count.has_value());
+        EXPECT_EQ(alert.Field("Warning").As<Common::Error>().GetCode(), test.Warning);
+        EXPECT_FALSE(alert.Field("Error").Exists());
+        EXPECT_EQ(alert.Field("WarningsCount").Exists(), test.Count.has_value());
         if (test.Count)
         {
-            EXPECT_EQ(MetaField(alert, "WarningsCount").As<std::uint32_t>(), *test.Count);
+            EXPECT_EQ(alert.Field("WarningsCount").As<std::uint32_t>(), *test.Count);
         }
         const bool named =
             test.Command == Verify && test.Name != Common::WideStringView(u"<unnamed-activity>");
-        EXPECT_EQ(MetaField(alert, "ActivityName").Exists(), named);
+        EXPECT_EQ(alert.Field("ActivityName").Exists(), named);
     }
 }
 
@@ -349,10 +329,7 @@ TEST_F(ActivityFailingTest, TheFirstStartRaisesTheItemProtectionsLastFinishesUnd
     Write(MakeItemProtection(2, canceled, Failure(Codes::BackupCanceled)));
     Write(MakeItemProtection(3, warned, {}, Issues({Failure(0x00AB0022), Failure(0x00AB0023)})));
     Write(MakeItemProtection(4, Id(0x54), {}));
-    Por::Unit plan = AlertTesting::MakeObject(u"Gtob::Dto::ProtectionPlan", failed);
-    plan["PlanID"] = failed;
-    plan["Name"] = u"Daily";
-    Write(plan);
+    Write(AlertTesting::MakePlan(failed, failed));
     // History before the first start is not reported.
     Por::Unit history = MakeRun(Id(1), Alerts::BackupCommandID, Id(0x55));
     history["State"] = Finished;
@@ -361,13 +338,14 @@ TEST_F(ActivityFailingTest, TheFirstStartRaisesTheItemProtectionsLastFinishesUnd
 
     Launch();
     const std::vector<Call> calls = Settle();
-    ASSERT_EQ(LinesOf(calls), (Lines{Active("BackupFailed", failed), Active("BackupCanceled", canceled),
-                                     Active("BackupFinishedWithWarnings", warned)}));
-    EXPECT_EQ(MetaField(calls[0], "Error").As<Common::Error>().GetCode(), 0x00AB0021u);
-    EXPECT_EQ(MetaField(calls[0], "PlanName").As<Por::String>(), u"Daily");
-    EXPECT_EQ(MetaField(calls[0], "InstanceID").As<Common::Guid>(), Instance);
-    EXPECT_EQ(MetaField(calls[2], "WarningsCount").As<std::uint32_t>(), 2u);
-    EXPECT_EQ(MetaField(calls[2], "Warning").As<Common::Error>().GetCode(), 0x00AB0022u);
+    ASSERT_EQ(RecordingListener::Lines(calls),
+              (Lines{Active("BackupFailed", failed), Active("BackupCanceled", canceled),
+                     Active("BackupFinishedWithWarnings", warned)}));
+    EXPECT_EQ(calls[0].Field("Error").As<Common::Error>().GetCode(), 0x00AB0021u);
+    EXPECT_EQ(calls[0].Field("PlanName").As<Por::String>(), u"Daily");
+    EXPECT_EQ(calls[0].Field("InstanceID").As<Common::Guid>(), Instance);
+    EXPECT_EQ(calls[2].Field("WarningsCount").As<std::uint32_t>(), 2u);
+    EXPECT_EQ(calls[2].Field("Warning").As<Common::Error>().GetCode(), 0x00AB0022u);
     EXPECT_FALSE(Mark().has_value());
 
     // The next run of the plan clears under instance ^ plan, which is not the first start's id.
