@@ -4,12 +4,13 @@
 #include "async/ActionSequence.h"
 
 #include "ManualAction.h"
+#include "ThreadHelpers.h"
+#include "async/ActionAdaptor.h"
 #include "async/ActionCycle.h"
 #include "async/Errors.h"
 #include "async/ImmediateResultAction.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <future>
 #include <thread>
@@ -46,6 +47,14 @@ struct CountingAction final : Async::Action
     Error Result;
 };
 
+// Hands the result to a waiting thread, from any thread.
+struct Waiter final : Async::ActionHandler
+{
+    void Completed(const Error& result) override { Done.set_value(result); }
+    Error Wait() { return Done.get_future().get(); }
+    std::promise<Error> Done;
+};
+
 Error RunToEnd(Async::ActionSequence& sequence)
 {
     ResultRecorder recorder;
@@ -54,16 +63,12 @@ Error RunToEnd(Async::ActionSequence& sequence)
     return recorder.Result;
 }
 
-TEST(ActionSequenceTest, EmptySequenceAndCycleCompleteWithSuccessBeforePerformReturns)
-{
-    Async::ActionSequence sequence;
-    Async::ActionCycle cycle;
-    EXPECT_EQ(RunToEnd(sequence), Common::Success);
-    EXPECT_EQ(RunToEnd(cycle), Common::Success);
-}
-
 TEST(ActionSequenceTest, FailureOrSequenceMarkEndsTheRunAndTheCycleMarkPassesAPlainSequence)
 {
+    Async::ActionSequence empty;
+    Async::ActionCycle emptyCycle;
+    EXPECT_EQ(RunToEnd(empty), Common::Success); // before Perform returns
+    EXPECT_EQ(RunToEnd(emptyCycle), Common::Success);
     const struct
     {
         std::shared_ptr<Async::Action> Middle;
@@ -153,38 +158,24 @@ TEST(ActionSequenceTest, RunOutlivesItsSequenceAndJobAndTakesActionsAddedMeanwhi
 
 TEST(ActionSequenceTest, ActionsCompletingOnOtherThreadsRunOneAfterAnotherInOrder)
 {
-    // Each action records its index and completes on a thread of its own.
-    struct ThreadedAction final : Async::Action
-    {
-        ThreadedAction(int index, std::vector<int>& order, std::vector<std::thread>& threads)
-            : Index(index), Order(order), Threads(threads)
-        {
-        }
-        std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-        {
-            Order.push_back(Index); // the sequence orders the performs
-            Threads.emplace_back([&handler] { handler.Completed(Error()); });
-            return nullptr;
-        }
-        int Index;
-        std::vector<int>& Order;
-        std::vector<std::thread>& Threads;
-    };
     std::vector<int> order, expected;
     std::vector<std::thread> threads;
     Async::ActionSequence sequence;
     for (int index = 0; index < 200; ++index)
     {
-        sequence.Execute(std::make_shared<ThreadedAction>(index, order, threads));
+        // Records its index and completes on a thread of its own.
+        sequence.Execute(Async::MakeAction(
+            [index, &order, &threads](Async::ActionHandler& handler)
+            {
+                order.push_back(index); // the sequence orders the performs
+                threads.emplace_back([&handler] { handler.Completed(Error()); });
+                return std::shared_ptr<Async::Job>();
+            }));
         expected.push_back(index);
     }
-    struct : Async::ActionHandler
-    {
-        void Completed(const Error& result) override { Done.set_value(result); }
-        std::promise<Error> Done;
-    } waiter;
+    Waiter waiter;
     sequence.Perform(waiter);
-    EXPECT_EQ(waiter.Done.get_future().get(), Common::Success);
+    EXPECT_EQ(waiter.Wait(), Common::Success);
     for (std::thread& thread : threads)
     {
         thread.join();
@@ -194,33 +185,17 @@ TEST(ActionSequenceTest, ActionsCompletingOnOtherThreadsRunOneAfterAnotherInOrde
 
 TEST(ActionSequenceTest, MillionSynchronousActionsRunOnASmallStack)
 {
-    struct Run : Async::ActionHandler
-    {
-        void Completed(const Error& result) override { Done.set_value(result); }
-        std::shared_ptr<CountingAction> Counted = std::make_shared<CountingAction>();
-        Async::ActionSequence Sequence;
-        std::promise<Error> Done;
-    } run;
+    auto counted = std::make_shared<CountingAction>();
+    Async::ActionSequence sequence;
     for (int index = 0; index < 1'000'000; ++index)
     {
-        run.Sequence.Execute(run.Counted);
+        sequence.Execute(counted);
     }
-    const auto body = [](void* argument) -> void*
-    {
-        auto& run = *static_cast<Run*>(argument);
-        run.Sequence.Perform(run);
-        return nullptr;
-    };
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 256 * 1024);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &attributes, body, &run), 0);
+    Waiter waiter;
+    Testing::RunOnSmallStack([&] { sequence.Perform(waiter); });
     // A metronome beat may move the run to a service thread.
-    EXPECT_EQ(run.Done.get_future().get(), Common::Success);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-    EXPECT_EQ(run.Counted->Runs, 1'000'000);
+    EXPECT_EQ(waiter.Wait(), Common::Success);
+    EXPECT_EQ(counted->Runs, 1'000'000);
 }
 
 } // namespace

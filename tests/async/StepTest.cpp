@@ -1,11 +1,11 @@
 // Chains of steps: how steps, failed actions, rollbacks and exceptions end a chain, cancellation between
 // steps, a job released by its owner at the end, and a million synchronous steps on a small stack.
+#include "ThreadHelpers.h"
 #include "async/Errors.h"
 #include "async/JobComposition.h"
 #include "common/AssertCapture.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <functional>
 #include <future>
@@ -207,32 +207,14 @@ TEST(StepTest, MillionSynchronousStepsRunOnASmallStack)
         TestAction Action;
         long Count = 0;
     };
-    struct Run
-    {
-        Owner owner;
-        std::promise<void> done;
-        long Count = 0;
-    } run;
-    const auto body = [](void* argument) -> void*
-    {
-        auto& run = *static_cast<Run*>(argument);
-        auto job = std::make_shared<Counting>();
-        run.owner.Then = [&run] { run.done.set_value(); };
-        job->Start(run.owner);
-        job->Step(job->Action, &Counting::Again);
-        run.done.get_future().wait(); // a metronome beat may move the chain to a service thread
-        run.Count = job->Count;
-        return nullptr;
-    };
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 256 * 1024);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &attributes, body, &run), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-    EXPECT_EQ(run.Count, 1'000'000);
-    EXPECT_EQ(run.owner.Result.GetCode(), 0u);
+    auto job = std::make_shared<Counting>();
+    Owner owner;
+    std::promise<void> done;
+    owner.Then = [&done] { done.set_value(); };
+    Testing::RunOnSmallStack([&] { job->Start(owner), job->Step(job->Action, &Counting::Again); });
+    done.get_future().wait(); // a metronome beat may move the chain to a service thread
+    EXPECT_EQ(job->Count, 1'000'000);
+    EXPECT_EQ(owner.Result.GetCode(), 0u);
 }
 
 TEST(StepTest, HandlerWithoutObjectPassesTheResultOnAndWithoutMethodIsInvalid)
