@@ -1,3 +1,4 @@
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/PORDeserializer.h"
 #include "por/PORSerializer.h"
@@ -25,20 +26,7 @@ using namespace Por;
 using Por::Serialization::PORDeserializer;
 using Por::Serialization::PORSerializer;
 namespace Contract = ::Serialization;
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 struct Point
 {
@@ -114,51 +102,29 @@ struct Everything
     Point* Raw = nullptr;
     std::shared_ptr<Shape> Figure;
 
+    // Every member with its name, for writing and reading alike.
+    template <typename Self, typename Each>
+    static void Members(Self& self, Each each)
+    {
+        // clang-format off
+        each(u"Flag", self.Flag); each(u"Byte", self.Byte); each(u"Short", self.Short);
+        each(u"Big", self.Big); each(u"Ratio", self.Ratio); each(u"Data", self.Data); each(u"Id", self.Id);
+        each(u"Text", self.Text); each(u"Failure", self.Failure); each(u"Points", self.Points);
+        each(u"Names", self.Names); each(u"Numbers", self.Numbers); each(u"ByName", self.ByName);
+        each(u"Flags", self.Flags); each(u"Maybe", self.Maybe); each(u"Shared", self.Shared);
+        each(u"SharedAgain", self.SharedAgain); each(u"Null", self.Null); each(u"Raw", self.Raw);
+        each(u"Figure", self.Figure);
+        // clang-format on
+    }
     void Serialize(Contract::Serializer& serializer) const
     {
-        Contract::Write(serializer, u"Flag", Flag);
-        Contract::Write(serializer, u"Byte", Byte);
-        Contract::Write(serializer, u"Short", Short);
-        Contract::Write(serializer, u"Big", Big);
-        Contract::Write(serializer, u"Ratio", Ratio);
-        Contract::Write(serializer, u"Data", Data);
-        Contract::Write(serializer, u"Id", Id);
-        Contract::Write(serializer, u"Text", Text);
-        Contract::Write(serializer, u"Failure", Failure);
-        Contract::Write(serializer, u"Points", Points);
-        Contract::Write(serializer, u"Names", Names);
-        Contract::Write(serializer, u"Numbers", Numbers);
-        Contract::Write(serializer, u"ByName", ByName);
-        Contract::Write(serializer, u"Flags", Flags);
-        Contract::Write(serializer, u"Maybe", Maybe);
-        Contract::Write(serializer, u"Shared", Shared);
-        Contract::Write(serializer, u"SharedAgain", SharedAgain);
-        Contract::Write(serializer, u"Null", Null);
-        Contract::Write(serializer, u"Raw", Raw);
-        Contract::Write(serializer, u"Figure", Figure);
+        Members(*this,
+                [&](const char16_t* name, const auto& member) { Contract::Write(serializer, name, member); });
     }
     void Deserialize(Contract::Deserializer& deserializer)
     {
-        Contract::Read(deserializer, u"Flag", Flag);
-        Contract::Read(deserializer, u"Byte", Byte);
-        Contract::Read(deserializer, u"Short", Short);
-        Contract::Read(deserializer, u"Big", Big);
-        Contract::Read(deserializer, u"Ratio", Ratio);
-        Contract::Read(deserializer, u"Data", Data);
-        Contract::Read(deserializer, u"Id", Id);
-        Contract::Read(deserializer, u"Text", Text);
-        Contract::Read(deserializer, u"Failure", Failure);
-        Contract::Read(deserializer, u"Points", Points);
-        Contract::Read(deserializer, u"Names", Names);
-        Contract::Read(deserializer, u"Numbers", Numbers);
-        Contract::Read(deserializer, u"ByName", ByName);
-        Contract::Read(deserializer, u"Flags", Flags);
-        Contract::Read(deserializer, u"Maybe", Maybe);
-        Contract::Read(deserializer, u"Shared", Shared);
-        Contract::Read(deserializer, u"SharedAgain", SharedAgain);
-        Contract::Read(deserializer, u"Null", Null);
-        Contract::Read(deserializer, u"Raw", Raw);
-        Contract::Read(deserializer, u"Figure", Figure);
+        Members(*this,
+                [&](const char16_t* name, auto& member) { Contract::Read(deserializer, name, member); });
     }
 };
 
@@ -241,10 +207,14 @@ TEST(SerializationTest, EveryKindOfMemberSurvivesARoundTrip)
     EXPECT_EQ(figure->Radius, 1.5);
 }
 
-TEST(SerializationTest, ContainersAreArraysMarkedWithTheirKind)
+TEST(SerializationTest, ContainersAndPointersCarryTheirKindAndMark)
 {
     Everything written;
     written.ByName = {{u"one", {1, 1}}, {u"two", {2, 2}}};
+    written.Shared = std::make_shared<Point>();
+    written.SharedAgain = written.Shared;
+    Point raw;
+    written.Raw = &raw;
     const UnitPtr unit = WriteRoot(written);
 
     const std::pair<const char*, const char16_t*> kinds[] = {{"Points", u"vector"},
@@ -264,6 +234,28 @@ TEST(SerializationTest, ContainersAreArraysMarkedWithTheirKind)
     ASSERT_NE(two, nullptr);
     EXPECT_EQ(Util::GetPropertyValue<std::int32_t>(*two, "X"), 2);
     EXPECT_EQ(finder.Find(String(u"three")), nullptr);
+
+    const auto mark = [&](const char* property)
+    {
+        return Util::GetValue<std::uint64_t>(
+            Util::GetUniqueTraitByName(Util::GetPropertyValue(*unit, property), "ptr_mark"));
+    };
+    EXPECT_EQ(TraitText(Util::GetPropertyValue(*unit, "Shared"), "IsReference"), u"shared_ptr");
+    EXPECT_EQ(TraitText(Util::GetPropertyValue(*unit, "Raw"), "IsReference"), u"raw_ptr");
+    EXPECT_NE(mark("Shared"), 0u);
+    EXPECT_EQ(mark("SharedAgain"), mark("Shared"));
+    EXPECT_NE(mark("Raw"), mark("Shared"));
+
+    const View::Unit& null = Util::GetPropertyValue(*unit, "Null");
+    EXPECT_TRUE(Util::IsNil(null));
+    EXPECT_TRUE(Util::HasTrait(null, "IsEmpty"));
+    EXPECT_EQ(mark("Null"), 0u);
+
+    // A pointer to an empty optional is not a null pointer.
+    const auto pointer = std::make_shared<std::optional<std::int32_t>>();
+    const auto read = ReadRoot<std::shared_ptr<std::optional<std::int32_t>>>(WriteRoot(pointer));
+    ASSERT_NE(read, nullptr);
+    EXPECT_FALSE(read->has_value());
 }
 
 TEST(SerializationTest, OptionalOfOptionalKeepsBothLevels)
@@ -287,38 +279,6 @@ TEST(SerializationTest, OptionalOfOptionalKeepsBothLevels)
     EXPECT_TRUE(Util::IsNil(*absent));
     EXPECT_TRUE(Util::HasTrait(*absent, "IsEmpty"));
     EXPECT_FALSE(Util::GetValue<bool>(Util::GetUniqueTraitByName(*absent, "is_init")));
-}
-
-TEST(SerializationTest, PointersCarryTheirKindAndMark)
-{
-    Everything written;
-    written.Shared = std::make_shared<Point>();
-    written.SharedAgain = written.Shared;
-    Point raw;
-    written.Raw = &raw;
-    const UnitPtr unit = WriteRoot(written);
-
-    const auto mark = [&](const char* property)
-    {
-        return Util::GetValue<std::uint64_t>(
-            Util::GetUniqueTraitByName(Util::GetPropertyValue(*unit, property), "ptr_mark"));
-    };
-    EXPECT_EQ(TraitText(Util::GetPropertyValue(*unit, "Shared"), "IsReference"), u"shared_ptr");
-    EXPECT_EQ(TraitText(Util::GetPropertyValue(*unit, "Raw"), "IsReference"), u"raw_ptr");
-    EXPECT_NE(mark("Shared"), 0u);
-    EXPECT_EQ(mark("SharedAgain"), mark("Shared"));
-    EXPECT_NE(mark("Raw"), mark("Shared"));
-
-    const View::Unit& null = Util::GetPropertyValue(*unit, "Null");
-    EXPECT_TRUE(Util::IsNil(null));
-    EXPECT_TRUE(Util::HasTrait(null, "IsEmpty"));
-    EXPECT_EQ(mark("Null"), 0u);
-
-    // A pointer to an empty optional is not a null pointer.
-    const auto pointer = std::make_shared<std::optional<std::int32_t>>();
-    const auto read = ReadRoot<std::shared_ptr<std::optional<std::int32_t>>>(WriteRoot(pointer));
-    ASSERT_NE(read, nullptr);
-    EXPECT_FALSE(read->has_value());
 }
 
 TEST(SerializationTest, PolymorphicValueIsItsClassMarkedWithTheCategory)
@@ -356,19 +316,12 @@ TEST(SerializationTest, VersionTraitWinsOverTheReadersVersion)
 
 TEST(SerializationTest, ReadFailuresNameThePathAndLeaveTheBracketsOpenAsBefore)
 {
-    const UnitPtr unit = Util::Build()
-                             .Composite()
-                             .Property("Scalar", 5u)
-                             .Property("Owner")
-                             .Composite()
-                             .Property("Name", u"x")
-                             .End()
-                             .Property("Items")
-                             .Array()
-                             .Element(1u)
-                             .End()
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr unit = Util::Build().Composite().Property("Scalar", 5u)
+        .Property("Owner").Composite().Property("Name", u"x").End()
+        .Property("Items").Array().Element(1u).End()
+        .Done();
+    // clang-format on
     using Step = std::function<void(PORDeserializer&)>;
     const Step nothing = [](PORDeserializer&) {};
     const auto open = [](const char16_t* name)
