@@ -19,39 +19,31 @@ protected:
     Runtime::ServiceHolder Holder = Components.MakeServiceHolder();
 };
 
+// A failure of the manager is thrown as it is, and passes with it.
 TEST_F(MachineIdTest, IsTheMachineManagersId)
 {
     EXPECT_EQ(Alerts::Detail::GetMachineId(Holder), MachineId);
-    const Common::Guid other{7, 7, 7, {}};
-    Components.GetMachineManager().SetMachineId(other);
-    EXPECT_EQ(Alerts::Detail::GetMachineId(Holder), other);
-}
-
-TEST_F(MachineIdTest, AFailureOfTheMachineManagerIsThrownAsItIs)
-{
     const Common::Error failure(COMMON_LOCATION("Test"), 0x00AB0042, u"no machine record");
     Components.GetMachineManager().SetFailure(failure);
-
     const Common::Error error = Testing::ThrownError([&] { Alerts::Detail::GetMachineId(Holder); });
     EXPECT_EQ(error.GetCode(), 0x00AB0042u);
     EXPECT_EQ(error.GetMessage(), u"no machine record");
 
     Components.GetMachineManager().SetFailure(Common::Success);
-    EXPECT_EQ(Alerts::Detail::GetMachineId(Holder), MachineId);
+    const Common::Guid other{7, 7, 7, {}};
+    Components.GetMachineManager().SetMachineId(other);
+    EXPECT_EQ(Alerts::Detail::GetMachineId(Holder), other);
 }
 
-TEST_F(MachineIdTest, AMissingMachineManagerIsNotFound)
+TEST_F(MachineIdTest, AMissingMachineManagerIsNotFoundAndAnotherComponentUnderItsIdIsABadCast)
 {
     Components.GetRegistry().Unregister(Runtime::MachineManagerId);
-    const Common::Error error = Testing::ThrownError([&] { Alerts::Detail::GetMachineId(Holder); });
+    Common::Error error = Testing::ThrownError([&] { Alerts::Detail::GetMachineId(Holder); });
     EXPECT_EQ(error.GetCode(), 0x00AC0002u);
     EXPECT_EQ(error.GetMessage(), u"'MachineManagement::MachineManager' cannot be found.");
-}
 
-TEST_F(MachineIdTest, AnotherComponentUnderTheIdIsABadCast)
-{
     Components.GetRegistry().Register(Runtime::MachineManagerId, Components.GetProfileVault());
-    const Common::Error error = Testing::ThrownError([&] { Alerts::Detail::GetMachineId(Holder); });
+    error = Testing::ThrownError([&] { Alerts::Detail::GetMachineId(Holder); });
     EXPECT_EQ(error.GetCode(), 0x017E0019u);
     EXPECT_EQ(error.GetMessage(),
               u"Invalid cast of component 'MachineManagement::MachineManager' to interface "
