@@ -116,50 +116,39 @@ TEST_F(SafeAssertTest, FlagsVariableIsReadAsNumberOrWords)
     EXPECT_TRUE(Record.Events.empty());
 }
 
-TEST_F(SafeAssertTest, LogFileReceivesTextAfterEarlierContent)
+// The log goes to the file the variable names, after what it held, or to stdout, or to a descriptor.
+TEST_F(SafeAssertTest, LogGoesToTheVariablesFileAfterItsContentOrToStdoutOrToADescriptor)
 {
     const std::string path = ::testing::TempDir() + "SafeAssertLog." + std::to_string(getpid());
     std::ofstream(path) << "earlier\n";
     FlagsValue.Set("log");
     LogFileValue.Set(path.c_str());
-
     EXPECT_EQ(SafeAssertFailure("x == 1", "a.cpp", 7), 1);
     Detail::ResetSafeAssertForTesting();
-
     std::ostringstream text;
     text << std::ifstream(path).rdbuf();
     EXPECT_EQ(text.str(), "earlier\nAssertion failed: x == 1, file a.cpp, line 7\n");
     std::remove(path.c_str());
-}
 
-TEST_F(SafeAssertTest, LogFileVariableSelectsStdout)
-{
     FlagsValue.Set("0x4");
     LogFileValue.Set("stdout");
-
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
     SafeAssertFailure("x", "f.cpp", 3);
     const std::string err = ::testing::internal::GetCapturedStderr();
     const std::string out = ::testing::internal::GetCapturedStdout();
-
     EXPECT_EQ(out, "Assertion failed: x, file f.cpp, line 3\n");
     EXPECT_EQ(err, "");
-}
 
-TEST_F(SafeAssertTest, DescriptorTargetReceivesTextAndLineFeed)
-{
     int pipeEnds[2];
     ASSERT_EQ(pipe(pipeEnds), 0);
     SetSafeAssertFlags(SafeAssertLog);
     SetSafeAssertLogTarget(pipeEnds[1]);
-
     SafeAssertFailure("x", "f.cpp", 4);
     close(pipeEnds[1]);
     char buffer[128] = {};
     const ssize_t size = read(pipeEnds[0], buffer, sizeof buffer - 1);
     close(pipeEnds[0]);
-
     EXPECT_EQ(std::string(buffer, size > 0 ? size : 0), "Assertion failed: x, file f.cpp, line 4\n");
 }
 
@@ -170,10 +159,18 @@ TEST_F(SafeAssertTest, DescriptorTargetReceivesTextAndLineFeed)
     asm volatile(""); // no tail call: this frame stays on the stack
 }
 
-TEST_F(SafeAssertTest, EventHookGetsTextThenStackInOneCall)
+TEST_F(SafeAssertTest, MacroReportsAndGoesOnAndTheEventHookGetsTextThenStackInOneCall)
 {
     SetSafeAssertFlags(SafeAssertEvent);
     SetSafeAssertEventHook(RecordEvent);
+    SAFE_ASSERT(1 + 1 == 2);
+    SAFE_ASSERT(1 + 1 == 3);
+    ASSERT_EQ(Record.Events.size(), 1u);
+    EXPECT_EQ(
+        Record.Events[0].Text.rfind("Assertion failed: 1 + 1 == 3, file tests/common/SafeAssertTest.cpp", 0),
+        0u);
+
+    Record.Events.clear();
     SafeAssertFailure("a < b", "g.cpp", 9);
     ASSERT_EQ(Record.Events.size(), 1u);
     EXPECT_EQ(Record.Events[0].Type, 5);
@@ -226,17 +223,6 @@ TEST_F(SafeAssertTest, DebugOutputGetsLinesCutTo538Characters)
     }
 }
 
-class SafeAssertMessageBoxTest : public SafeAssertTest
-{
-protected:
-    void SetUp() override
-    {
-        SafeAssertTest::SetUp();
-        SetSafeAssertFlags(SafeAssertMessageBox);
-        SetSafeAssertMessageBox(AnswerBox);
-    }
-};
-
 std::string Program()
 {
     char path[256] = {};
@@ -245,8 +231,10 @@ std::string Program()
     return program.size() > 60 ? program.substr(program.size() - 60) : program;
 }
 
-TEST_F(SafeAssertMessageBoxTest, TextKeepsLastSixtyCharactersOfLongNamesAndAnswersDecideTheResult)
+TEST_F(SafeAssertTest, MessageBoxKeepsTheLastSixtyCharactersOfLongNamesAndItsAnswerDecidesTheResult)
 {
+    SetSafeAssertFlags(SafeAssertMessageBox);
+    SetSafeAssertMessageBox(AnswerBox);
     const std::string file = "dir/" + std::string(57, 'f'); // 61 characters
     const std::string expression = std::string(60, 'e');    // kept whole
     Record.BoxAnswer = 5;
@@ -262,59 +250,33 @@ TEST_F(SafeAssertMessageBoxTest, TextKeepsLastSixtyCharactersOfLongNamesAndAnswe
     // Retry without a debugger goes on as if no box had been shown.
     Record.BoxAnswer = 4;
     EXPECT_EQ(SafeAssertFailure("x", "f.cpp", 1), 1);
-}
 
-TEST_F(SafeAssertMessageBoxTest, WithoutBoxTheTextGoesToStderrAndIsIgnored)
-{
+    // An errno report shows no box.
+    Record.BoxText.clear();
+    SetSafeAssertFlags(SafeAssertMessageBox | SafeAssertEvent);
+    SetSafeAssertEventHook(RecordEvent);
+    EXPECT_EQ(SafeAssertErrno(ENOENT, "io.cpp", 12), 1);
+    EXPECT_TRUE(Record.BoxText.empty());
+    ASSERT_EQ(Record.Events.size(), 1u);
+    EXPECT_EQ(Record.Events[0].Text, std::string("io.cpp:12: Unexpected error: ") + std::strerror(ENOENT));
+
+    // Without a box the text goes to stderr and is ignored.
+    SetSafeAssertFlags(SafeAssertMessageBox);
     SetSafeAssertMessageBox(nullptr);
     ::testing::internal::CaptureStderr();
     const int result = SafeAssertFailure("x", "f.cpp", 1);
     const std::string err = ::testing::internal::GetCapturedStderr();
-
     EXPECT_EQ(result, 0);
     EXPECT_NE(err.find("Assertion failed!\n\nProgram: "), std::string::npos);
 }
 
-TEST_F(SafeAssertMessageBoxTest, ErrnoReportShowsNoBox)
-{
-    SetSafeAssertFlags(SafeAssertMessageBox | SafeAssertEvent);
-    SetSafeAssertEventHook(RecordEvent);
-
-    EXPECT_EQ(SafeAssertErrno(ENOENT, "io.cpp", 12), 1);
-
-    EXPECT_TRUE(Record.BoxText.empty());
-    ASSERT_EQ(Record.Events.size(), 1u);
-    EXPECT_EQ(Record.Events[0].Text, std::string("io.cpp:12: Unexpected error: ") + std::strerror(ENOENT));
-}
-
-TEST_F(SafeAssertDeathTest, AbortAnswerAborts)
+TEST_F(SafeAssertDeathTest, AbortAnswerOrAbortFlagAbortsAfterLogging)
 {
     SetSafeAssertFlags(SafeAssertMessageBox);
     SetSafeAssertMessageBox([](const char*, const char*, unsigned) { return 3; });
     EXPECT_DEATH(SafeAssertFailure("x", "f.cpp", 1), "");
-}
-
-TEST_F(SafeAssertDeathTest, AbortFlagAbortsAfterLogging)
-{
     SetSafeAssertFlags(SafeAssertLog | SafeAssertAbort);
     EXPECT_DEATH(SafeAssertFailure("x > 0", "f.cpp", 8), "Assertion failed: x > 0, file f.cpp, line 8");
-}
-
-TEST_F(SafeAssertTest, MacroReportsAndTheProgramGoesOn)
-{
-    SetSafeAssertFlags(SafeAssertEvent);
-    SetSafeAssertEventHook(RecordEvent);
-    bool wentOn = false;
-
-    SAFE_ASSERT(1 + 1 == 2);
-    SAFE_ASSERT(1 + 1 == 3);
-    wentOn = true;
-
-    EXPECT_TRUE(wentOn);
-    ASSERT_EQ(Record.Events.size(), 1u);
-    EXPECT_EQ(
-        Record.Events[0].Text.rfind("Assertion failed: 1 + 1 == 3, file tests/common/SafeAssertTest.cpp", 0),
-        0u);
 }
 
 } // namespace
