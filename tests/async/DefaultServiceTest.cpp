@@ -1,6 +1,7 @@
 #include "async/DefaultService.h"
 
 #include "async/Errors.h"
+#include "async/FakeAsyncService.h"
 #include "common/Event.h"
 #include "common/ThreadId.h"
 #include "common/ThreadIdentity.h"
@@ -54,14 +55,18 @@ DefaultService::Options SmallService(unsigned maximumThreads = 256)
     return options;
 }
 
-TEST(DefaultServiceTest, ExecuteRunsWorkOnAServiceThreadAndCompletesOnce)
+TEST(DefaultServiceTest, ExecuteRunsWorkOnAServiceThreadAndCompletesOnceWithAnExceptionAsError)
 {
     DefaultService service(SmallService());
     Common::ThreadId ranOn = 0;
     FunctionWork work([&ranOn] { ranOn = Common::GetCurrentThreadId(); });
-    Recorder handler;
+    FunctionWork failing([] { throw Common::Error(COMMON_LOCATION("Test"), 0x00FA0001); });
+    FunctionWork standard([] { throw std::runtime_error("broken"); });
+    Recorder handler, failed, broken;
     const std::shared_ptr<Async::Job> job = service.Execute(work, handler);
     ASSERT_NE(job, nullptr);
+    service.Execute(failing, failed);
+    service.Execute(standard, broken);
     service.WaitUntilIdle();
     EXPECT_EQ(handler.Calls.load(), 1);
     EXPECT_EQ(handler.Result.GetCode(), 0u);
@@ -69,18 +74,6 @@ TEST(DefaultServiceTest, ExecuteRunsWorkOnAServiceThreadAndCompletesOnce)
     EXPECT_EQ(handler.Thread, ranOn);
     job->Cancel();
     EXPECT_EQ(handler.Calls.load(), 1);
-}
-
-TEST(DefaultServiceTest, ThrowingWorkCompletesWithTheExceptionAsError)
-{
-    DefaultService service(SmallService());
-    FunctionWork failing([] { throw Common::Error(COMMON_LOCATION("Test"), 0x00FA0001); });
-    FunctionWork standard([] { throw std::runtime_error("broken"); });
-    Recorder failed;
-    Recorder broken;
-    service.Execute(failing, failed);
-    service.Execute(standard, broken);
-    service.WaitUntilIdle();
     EXPECT_EQ(failed.Result.GetCode(), Async::ErrorCodes::Exception);
     EXPECT_EQ(failed.Result.GetSubError().GetCode(), 0x00FA0001u);
     EXPECT_EQ(broken.Result.GetCode(), Async::ErrorCodes::StdException);
@@ -202,7 +195,7 @@ TEST_F(ServiceMetronomeTest, WaitCompletesAtTheNextBeatOfItsPeriod)
     EXPECT_NE(handler.Thread, Common::GetCurrentThreadId());
 }
 
-TEST_F(ServiceMetronomeTest, CancelledWaitCompletesWithCanceledAndNotAgainAtTheBeat)
+TEST_F(ServiceMetronomeTest, CancelledWaitCompletesWithCanceledAndTerminateEndsPendingWaitsWithTheReason)
 {
     const auto metronome = Service.GetMetronome().GetMetronome(1);
     Recorder cancelled;
@@ -218,29 +211,12 @@ TEST_F(ServiceMetronomeTest, CancelledWaitCompletesWithCanceledAndNotAgainAtTheB
     // Nobody waits now: the beat has stopped.
     Clock.Advance(5000);
     EXPECT_EQ(Service.GetTicks(), 1u);
-}
 
-TEST_F(ServiceMetronomeTest, TerminateCompletesPendingWaitsWithTheReason)
-{
-    Recorder handler;
-    Service.GetMetronome().GetMetronome(60)->Wait(handler);
+    Recorder pending;
+    Service.GetMetronome().GetMetronome(60)->Wait(pending);
     Service.Terminate(Common::Error(COMMON_LOCATION("Test"), 0x00FA0042));
-    EXPECT_EQ(handler.Result.GetCode(), 0x00FA0042u);
+    EXPECT_EQ(pending.Result.GetCode(), 0x00FA0042u);
 }
-
-class FakeService final : public Async::Service
-{
-public:
-    std::shared_ptr<Async::Job> Execute(Async::Work&, Async::ActionHandler&) override { return nullptr; }
-    const Async::ThreadEnvironment& GetThreadEnvironment() override { return Inner.GetThreadEnvironment(); }
-    Async::SynchronizationCallbackStorage& GetSynchronizationCallbackStorage() override
-    {
-        return Inner.GetSynchronizationCallbackStorage();
-    }
-    Async::MetronomeProvider& GetMetronome() override { return Inner.GetMetronome(); }
-
-    DefaultService Inner;
-};
 
 TEST(AsyncServiceTest, GivesTheInstalledServiceOrElseTheProcessDefault)
 {
@@ -251,23 +227,21 @@ TEST(AsyncServiceTest, GivesTheInstalledServiceOrElseTheProcessDefault)
     EXPECT_EQ(first, &Async::Detail::GetDefaultService());
     EXPECT_EQ(first, second);
     EXPECT_FALSE(Async::Detail::ConfigureDefaultService({}));
-
-    FakeService host;
-    Async::InstallAsyncService(&host);
-    Async::Service* installed = nullptr;
-    Async::GetAsyncService(&installed);
-    // Ending is left to the host for a service it installed.
-    Async::TerminateAsyncService(installed, nullptr);
-    Async::InstallAsyncService(nullptr);
+    {
+        Testing::FakeAsyncService host;
+        Async::Service* installed = nullptr;
+        Async::GetAsyncService(&installed);
+        EXPECT_EQ(installed, &host);
+        // Ending is left to the host for a service it installed.
+        Async::TerminateAsyncService(installed, nullptr);
+    }
     Async::Service* restored = nullptr;
     Async::GetAsyncService(&restored);
-
-    EXPECT_EQ(installed, &host);
     EXPECT_EQ(restored, first);
     FunctionWork work([] {});
     Recorder handler;
-    host.Inner.Execute(work, handler);
-    host.Inner.WaitUntilIdle();
+    restored->Execute(work, handler);
+    Async::Detail::GetDefaultService().WaitUntilIdle();
     EXPECT_EQ(handler.Result.GetCode(), 0u);
 }
 
