@@ -31,17 +31,11 @@ std::uint32_t Word(const void* bundle, std::size_t offset)
     return word;
 }
 
-TEST(TextCatalog, TextOfTheFirstIdLiesAtEightPlusTheWordAtEight)
+// The first id's text lies at eight plus the word at eight; the catalog's texts are those in the block.
+TEST(TextCatalog, BuiltInBundleCarriesItsSizeStampAndEntriesInOrder)
 {
     EXPECT_EQ(Texts::ConvertToUtf8Failed.Id, 8u);
-    const void* text = GetText(Texts::ConvertToUtf8Failed);
-    EXPECT_EQ(text, BuiltIn + 8 + Word(BuiltIn, 8));
-    EXPECT_EQ(std::u16string_view(static_cast<const char16_t*>(text)),
-              u"Internal error: Failed to convert the string from a wide string to UTF-8.");
-}
-
-TEST(TextCatalog, BuiltInBundleCarriesItsSizeAndStamp)
-{
+    EXPECT_EQ(static_cast<const void*>(GetText(Texts::ConvertToUtf8Failed)), BuiltIn + 8 + Word(BuiltIn, 8));
     const std::uint32_t size = Word(BuiltIn, 0);
     EXPECT_EQ(Word(BuiltIn, 4), CatalogStamp);
     EXPECT_EQ(size % 4, 0u);
@@ -58,18 +52,21 @@ TEST(TextCatalog, BuiltInBundleCarriesItsSizeAndStamp)
         previous = text;
     }
     EXPECT_EQ(BuiltIn[size - 1], 0);
+
+    const std::string copy = "copy";
+    EXPECT_TRUE(IsCatalogText(BuiltIn));
+    EXPECT_TRUE(IsCatalogText(BuiltIn + size - 1));
+    EXPECT_FALSE(IsCatalogText(BuiltIn + size));
+    EXPECT_FALSE(IsCatalogText(BuiltIn - 1));
+    EXPECT_FALSE(IsCatalogText(copy.c_str()));
 }
 
-struct WideCase
-{
-    WideTextId Id;
-    std::u16string_view Text;
-};
-
-TEST(TextCatalog, GeneratedIdsResolveToTheirTexts)
+TEST(TextCatalog, GeneratedIdsResolveToTheirTextsWhichFormatLikeAnyText)
 {
     // Entries before and after the source list's gaps; narrow texts are single-byte.
-    const WideCase cases[] = {
+    const std::pair<WideTextId, std::u16string_view> cases[] = {
+        {Texts::ConvertToUtf8Failed,
+         u"Internal error: Failed to convert the string from a wide string to UTF-8."},
         {Texts::ConvertFromUtf8Failed,
          u"Internal error: Failed to convert the string from UTF-8 to a wide string."},
         {Texts::InvalidGuid, u"The text '{0}' is not a valid GUID."},
@@ -78,30 +75,15 @@ TEST(TextCatalog, GeneratedIdsResolveToTheirTexts)
         // Characters beyond ASCII and beyond the basic plane, and the source list's escapes.
         {Texts::TestWideText, u"wide text for tests: é € 😀 \"q\" \\ \n"},
     };
-    for (const WideCase& c : cases)
+    for (const auto& [id, text] : cases)
     {
-        EXPECT_EQ(std::u16string_view(GetText(c.Id)), c.Text);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(GetText(c.Id)) % 2, 0u);
+        EXPECT_EQ(std::u16string_view(GetText(id)), text);
+        EXPECT_TRUE(IsCatalogText(GetText(id)));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(GetText(id)) % 2, 0u);
     }
     EXPECT_STREQ(GetText(Texts::TestNarrowText), "narrow text for tests");
-}
-
-TEST(TextCatalog, CatalogTextsFormatLikeAnyText)
-{
     EXPECT_EQ(FormatText(GetText(Texts::ComponentIdBadCast), u"7", u"Dml::PostOffice"),
               u"Invalid cast of component with ID '7' to interface 'Dml::PostOffice'.");
-}
-
-TEST(TextCatalog, CatalogTextsAreExactlyThoseWithinTheCurrentBundle)
-{
-    const void* text = GetText(Texts::InvalidGuid);
-    const std::string copy = "copy";
-    EXPECT_TRUE(IsCatalogText(text));
-    EXPECT_TRUE(IsCatalogText(BuiltIn));
-    EXPECT_TRUE(IsCatalogText(BuiltIn + Word(BuiltIn, 0) - 1));
-    EXPECT_FALSE(IsCatalogText(BuiltIn + Word(BuiltIn, 0)));
-    EXPECT_FALSE(IsCatalogText(BuiltIn - 1));
-    EXPECT_FALSE(IsCatalogText(copy.c_str()));
 }
 
 // A bundle of the catalog's shape whose every entry points at one UTF-16 text.
@@ -138,7 +120,7 @@ protected:
     LanguageList Saved = GetLanguages();
 };
 
-TEST_F(ReplacementBundleTest, OnlyABundleWithTheCatalogStampIsUsed)
+TEST_F(ReplacementBundleTest, OnlyABundleWithTheCatalogStampIsUsedAndTheFirstLanguageWithOneWins)
 {
     const auto foreign = MakeBundle(CatalogStamp - 1, u"other build");
     const auto bundle = MakeBundle(CatalogStamp, u"übersetzt");
@@ -160,13 +142,8 @@ TEST_F(ReplacementBundleTest, OnlyABundleWithTheCatalogStampIsUsed)
 
     SetLanguages({"de"});
     EXPECT_EQ(GetText(Texts::InvalidGuid), builtIn);
-}
 
-TEST_F(ReplacementBundleTest, FirstLanguageWithABundleWins)
-{
     const auto first = MakeBundle(CatalogStamp, u"first");
-    const auto second = MakeBundle(CatalogStamp, u"second");
-    hsv_text_bundle_install("xx", second.data());
     hsv_text_bundle_install("yy", first.data());
     SetLanguages({"de", "yy", "xx"});
     EXPECT_EQ(std::u16string_view(GetText(Texts::InvalidGuid)), u"first");
