@@ -78,7 +78,9 @@ TEST(BaseObjectTest, ToUnitRemovesNilNodesAtAllDepthsDeepestFirst)
         .End()
         .Done();
     const UnitPtr expected = Util::Build().Composite().Property("Name", u"kept")
-        .Property("Items").Array().Composite().Property("A", 1u).End().Composite().Property("C", 4u).End().End()
+        .Property("Items").Array()
+            .Composite().Property("A", 1u).End().Composite().Property("C", 4u).End()
+        .End()
         .Done();
     // clang-format on
     const Record record(root);

@@ -1,5 +1,6 @@
 #include "por/Blob.h"
 
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/UnitAccess.h"
 #include "por/UnitBuilder.h"
@@ -8,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,6 +18,7 @@ namespace
 {
 
 using namespace Por;
+using namespace Por::Testing;
 using Bytes = std::vector<std::uint8_t>;
 
 Bytes Write(const View::Unit& unit)
@@ -55,24 +58,19 @@ Bytes StringBytes(std::u16string_view text)
 
 TEST(BlobTest, WriterBytesAreExact)
 {
-    EXPECT_EQ(Write(*GetUnitFactory().CreateComposite()), (Bytes{'U', 'C', 'E'}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateNil()), (Bytes{'U', 0x00, 'E'}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateArray()), (Bytes{'U', 'A', 'E'}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateString(u"ab")), Concat({{'U'}, StringBytes(u"ab"), {'E'}}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateSWord(-2)), (Bytes{'U', 5, 0xFE, 0xFF, 'E'}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateBoolean(true)), (Bytes{'U', 1, 1, 'E'}));
-    EXPECT_EQ(Write(*GetUnitFactory().CreateBlob({7, 8})), (Bytes{'U', 11, 2, 0, 0, 0, 7, 8, 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateComposite()), (Bytes{'U', 'C', 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateNil()), (Bytes{'U', 0x00, 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateArray()), (Bytes{'U', 'A', 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateString(u"ab")), Concat({{'U'}, StringBytes(u"ab"), {'E'}}));
+    EXPECT_EQ(Write(*Factory.CreateSWord(-2)), (Bytes{'U', 5, 0xFE, 0xFF, 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateBoolean(true)), (Bytes{'U', 1, 1, 'E'}));
+    EXPECT_EQ(Write(*Factory.CreateBlob({7, 8})), (Bytes{'U', 11, 2, 0, 0, 0, 7, 8, 'E'}));
 
     // Properties in name order, each a unit; traits behind the value.
-    const UnitPtr unit = Util::Build()
-                             .Composite()
-                             .Trait("Is", u"X")
-                             .Property("b", std::uint8_t{2})
-                             .Property("a")
-                             .Array()
-                             .Element(std::uint8_t{1})
-                             .End()
-                             .Done();
+    // clang-format off
+    const UnitPtr unit = Util::Build().Composite().Trait("Is", u"X").Property("b", std::uint8_t{2})
+        .Property("a").Array().Element(std::uint8_t{1}).End().Done();
+    // clang-format on
     EXPECT_EQ(Write(*unit), Concat({{'U', 'C', 'P'},
                                     StringBytes(u"a"),
                                     {'U', 'A', 'U', 2, 1, 'E', 'E', 'P'},
@@ -87,84 +85,49 @@ TEST(BlobTest, WriterBytesAreExact)
 // Every kind, traits with repeated names, nesting; error units compare by code and message.
 UnitPtr RandomTree(std::mt19937& random, int depth)
 {
-    const Construction::UnitFactory& factory = GetUnitFactory();
     auto pick = [&](int bound) { return static_cast<int>(random() % static_cast<unsigned>(bound)); };
-    UnitPtr unit;
     const int kind = depth >= 4 ? 16 : depth <= 0 ? pick(15) : pick(17);
-    switch (kind)
+    // clang-format off
+    const std::function<UnitPtr()> leaves[] = {
+        [&] { return Factory.CreateNil(); },
+        [&] { return Factory.CreateBoolean(pick(2) == 1); },
+        [&] { return Factory.CreateByte(static_cast<std::uint8_t>(random())); },
+        [&] { return Factory.CreateSByte(static_cast<std::int8_t>(random())); },
+        [&] { return Factory.CreateWord(static_cast<std::uint16_t>(random())); },
+        [&] { return Factory.CreateSWord(static_cast<std::int16_t>(random())); },
+        [&] { return Factory.CreateDWord(static_cast<std::uint32_t>(random())); },
+        [&] { return Factory.CreateSDWord(static_cast<std::int32_t>(random())); },
+        [&] { return Factory.CreateQWord(static_cast<std::uint64_t>(random()) << 32 | random()); },
+        [&] { return Factory.CreateSQWord(-static_cast<std::int64_t>(random())); },
+        [&] { return Factory.CreateDouble(static_cast<double>(random()) / 7.0); },
+        [&] { return Factory.CreateBlob(Blob(static_cast<std::size_t>(pick(5)),
+                                             static_cast<std::uint8_t>(pick(256)))); },
+        [&] { return Factory.CreateGuid(Common::Guid{static_cast<std::uint32_t>(random()), 1, 2, {3}}); },
+        [&] { return Factory.CreateString(String(static_cast<std::size_t>(pick(6)),
+                                                 static_cast<char16_t>(0x20 + pick(0xD000)))); },
+        [&] { return Factory.CreateError(
+                  Common::Error(COMMON_LOCATION("Random"), 0x00FA0000u + random() % 100, u"e")); },
+    };
+    // clang-format on
+    UnitPtr unit = kind < 15    ? leaves[kind]()
+                   : kind == 15 ? Factory.CreateArray()
+                                : Factory.CreateComposite();
+    for (int i = kind < 15 ? 0 : pick(kind == 15 ? 4 : 5); i > 0; --i)
     {
-    case 0:
-        unit = factory.CreateNil();
-        break;
-    case 1:
-        unit = factory.CreateBoolean(pick(2) == 1);
-        break;
-    case 2:
-        unit = factory.CreateByte(static_cast<std::uint8_t>(random()));
-        break;
-    case 3:
-        unit = factory.CreateSByte(static_cast<std::int8_t>(random()));
-        break;
-    case 4:
-        unit = factory.CreateWord(static_cast<std::uint16_t>(random()));
-        break;
-    case 5:
-        unit = factory.CreateSWord(static_cast<std::int16_t>(random()));
-        break;
-    case 6:
-        unit = factory.CreateDWord(static_cast<std::uint32_t>(random()));
-        break;
-    case 7:
-        unit = factory.CreateSDWord(static_cast<std::int32_t>(random()));
-        break;
-    case 8:
-        unit = factory.CreateQWord(static_cast<std::uint64_t>(random()) << 32 | random());
-        break;
-    case 9:
-        unit = factory.CreateSQWord(-static_cast<std::int64_t>(random()));
-        break;
-    case 10:
-        unit = factory.CreateDouble(static_cast<double>(random()) / 7.0);
-        break;
-    case 11:
-        unit =
-            factory.CreateBlob(Blob(static_cast<std::size_t>(pick(5)), static_cast<std::uint8_t>(pick(256))));
-        break;
-    case 12:
-        unit = factory.CreateGuid(Common::Guid{static_cast<std::uint32_t>(random()), 1, 2, {3}});
-        break;
-    case 13:
-        unit = factory.CreateString(
-            String(static_cast<std::size_t>(pick(6)), static_cast<char16_t>(0x20 + pick(0xD000))));
-        break;
-    case 14:
-        unit =
-            factory.CreateError(Common::Error(COMMON_LOCATION("Random"), 0x00FA0000u + random() % 100, u"e"));
-        break;
-    case 15:
-    {
-        unit = factory.CreateArray();
-        for (int i = pick(4); i > 0; --i)
+        if (kind == 15)
         {
             Util::GetArray(*unit).PushBack(RandomTree(random, depth - 1));
         }
-        break;
-    }
-    default:
-    {
-        unit = factory.CreateComposite();
-        for (int i = pick(5); i > 0; --i)
+        else
         {
             Util::GetComposite(*unit).Set(
-                factory.CreateProperty("p" + std::to_string(pick(8)), RandomTree(random, depth - 1)));
+                Factory.CreateProperty("p" + std::to_string(pick(8)), RandomTree(random, depth - 1)));
         }
-        break;
-    }
     }
     for (int i = depth > 0 ? pick(3) : 0; i > 0; --i)
     {
         unit->GetTraits().Add(
-            factory.CreateTrait(pick(2) ? "Is" : "t\xC3\xA9", RandomTree(random, depth - 2)));
+            Factory.CreateTrait(pick(2) ? "Is" : "t\xC3\xA9", RandomTree(random, depth - 2)));
     }
     return unit;
 }
@@ -176,41 +139,36 @@ TEST(BlobTest, RandomTreesSurviveARoundTrip)
     {
         const UnitPtr tree = RandomTree(random, 4);
         const Bytes bytes = Write(*tree);
-        const UnitPtr back = Util::ReadBlob(bytes, GetUnitFactory());
+        const UnitPtr back = Util::ReadBlob(bytes, Factory);
         ASSERT_NE(back, nullptr);
         ASSERT_TRUE(UnitEqual(*back, *tree)) << i << "\n" << Util::UnitToString(*tree);
         // The walking route gives the same unit through the event interface.
-        Util::UnitBuildingWalker builder(GetUnitFactory());
+        Util::UnitBuildingWalker builder(Factory);
         Util::BlobWalkingRoute(bytes).Follow(builder);
         ASSERT_TRUE(UnitEqual(*builder.Result(), *tree)) << i;
     }
-    EXPECT_EQ(Util::ReadBlob({}, GetUnitFactory()), nullptr);
+    EXPECT_EQ(Util::ReadBlob({}, Factory), nullptr);
 }
 
 TEST(BlobTest, ReaderAcceptsUnitsWithoutTheirBeginMark)
 {
     // A bare 'C' is a unit; a value behind a property name too.
     const Bytes bytes = Concat({{'C', 'P'}, StringBytes(u"a"), {6, 1, 0, 0, 0, 'E', 'E'}});
-    const UnitPtr unit = Util::ReadBlob(bytes, GetUnitFactory());
+    const UnitPtr unit = Util::ReadBlob(bytes, Factory);
     EXPECT_TRUE(UnitEqual(*unit, *Util::Build().Composite().Property("a", 1u).Done()));
 }
 
+// The position a corrupt blob's error names (none: the largest size).
 std::size_t FailurePosition(const Bytes& bytes)
 {
-    try
-    {
-        Util::ReadBlob(bytes, GetUnitFactory());
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), 0xfa0021u);
-        const std::u16string message = error.GetMessage();
-        const std::size_t quote = message.rfind(u"'", message.size() - 3);
-        return std::stoul(
-            std::string(message.begin() + static_cast<std::ptrdiff_t>(quote) + 1, message.end() - 2));
-    }
-    ADD_FAILURE() << "no error";
-    return 0;
+    const Common::Error error = Failure([&] { Util::ReadBlob(bytes, Factory); });
+    EXPECT_EQ(error.GetCode(), 0xfa0021u);
+    const std::u16string message = error.GetMessage();
+    const std::size_t at = message.rfind(u"position '");
+    return at == std::u16string::npos
+               ? SIZE_MAX
+               : std::stoul(
+                     std::string(message.begin() + static_cast<std::ptrdiff_t>(at) + 10, message.end() - 2));
 }
 
 TEST(BlobTest, CorruptBlobsThrowNamingThePosition)
@@ -242,14 +200,12 @@ TEST(BlobTest, CorruptBlobsThrowNamingThePosition)
         EXPECT_EQ(FailurePosition(test.Blob), test.Position) << test.Name;
     }
     // The message carries the blob in hexadecimal.
-    try
-    {
-        Util::ReadBlob(Bytes{'U', 0x10, 'E'}, GetUnitFactory());
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetMessage(), u"POR: Unit object '551045' is corrupted at position '1'.");
-    }
+    EXPECT_EQ(Failure(
+                  [] {
+                      Util::ReadBlob(Bytes{'U', 0x10, 'E'}, Factory);
+                  })
+                  .GetMessage(),
+              u"POR: Unit object '551045' is corrupted at position '1'.");
 }
 
 TEST(BlobTest, NestingIsCapped)
@@ -260,7 +216,7 @@ TEST(BlobTest, NestingIsCapped)
         deep.insert(deep.end(), {'U', 'A'});
     }
     Bytes closing(Util::MaximumBlobDepth, 'E');
-    EXPECT_NE(Util::ReadBlob(Concat({deep, closing}), GetUnitFactory()), nullptr);
+    EXPECT_NE(Util::ReadBlob(Concat({deep, closing}), Factory), nullptr);
     deep.insert(deep.end(), {'U', 'A'});
     closing.push_back('E');
     EXPECT_EQ(FailurePosition(Concat({deep, closing})), 2 * Util::MaximumBlobDepth);
@@ -273,7 +229,7 @@ TEST(BlobTest, ATruncatedBlobNeverReadsPastItsEnd)
     for (std::size_t cut = 1; cut < whole.size(); ++cut)
     {
         const Bytes prefix(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(cut));
-        EXPECT_THROW(Util::ReadBlob(prefix, GetUnitFactory()), Common::Error) << cut;
+        EXPECT_THROW(Util::ReadBlob(prefix, Factory), Common::Error) << cut;
     }
 }
 

@@ -60,8 +60,8 @@ std::vector<std::string> Enumerated(const View::Unit& unit)
 // clang-format off
 UnitPtr Tagged()
 {
-    return Util::Build().Composite().Trait("Is", u"A").Trait("Is", u"B").Trait("Mark", nullptr).Property("p", 1u)
-        .Done();
+    return Util::Build().Composite().Trait("Is", u"A").Trait("Is", u"B").Trait("Mark", nullptr)
+        .Property("p", 1u).Done();
 }
 // clang-format on
 
@@ -202,7 +202,8 @@ TEST(TraitDecoratorTest, HiddenTraitsAreGoneAtEveryLevel)
 // clang-format off
 UnitPtr Letters()
 {
-    return Util::Build().Composite().Trait("Is", u"L").Property("b", 1u).Property("d", 2u).Property("f", 3u).Done();
+    return Util::Build().Composite().Trait("Is", u"L")
+        .Property("b", 1u).Property("d", 2u).Property("f", 3u).Done();
 }
 // clang-format on
 

@@ -190,7 +190,9 @@ TEST(UnitAccessTest, CopyIsDeepAndIndependent)
 {
     // clang-format off
     const UnitPtr source = Util::Build().Composite().Trait("Is", u"Object")
-        .Property("List").Array().Element(Common::Guid{1, 2, 3, {4}}).Value(Blob{1, 2}).Trait("Mark", nullptr).End().End()
+        .Property("List").Array()
+            .Element(Common::Guid{1, 2, 3, {4}}).Value(Blob{1, 2}).Trait("Mark", nullptr).End()
+        .End()
         .Property("Error", Common::Error(COMMON_LOCATION("T"), 0xfa0001, u"e"))
         .Done();
     // clang-format on
