@@ -41,13 +41,6 @@ public:
     std::vector<std::pair<std::uint32_t, std::uint32_t>> Results;
 };
 
-// The round's job, as the wait action returns it.
-template <typename Barrier>
-std::shared_ptr<Async::Job> PerformWait(Barrier& barrier, Async::ActionHandler& handler)
-{
-    return barrier.Wait()->Perform(handler);
-}
-
 template <typename Barrier>
 class AnyBarrierTest : public ::testing::Test
 {
@@ -91,7 +84,7 @@ TYPED_TEST(AnyBarrierTest, CancelDuringPerformReachesTheJobOnceAddHasIt)
     ManualAction running, starting;
     ASSERT_EQ(barrier.Add(running).GetCode(), 0u);
     ResultRecorder recorder;
-    const std::shared_ptr<Async::Job> round = PerformWait(barrier, recorder);
+    const std::shared_ptr<Async::Job> round = barrier.Wait()->Perform(recorder);
     // The wait detached the round; reach it again through an action started into it directly.
     auto* job = dynamic_cast<Async::Detail::BarrierJob*>(round.get());
     ASSERT_NE(job, nullptr);
@@ -183,7 +176,7 @@ TEST(FullBarrierTest, CancelledRoundEndsCancelledOnceAndRefusesNewActions)
     ASSERT_EQ(barrier.Add(first).GetCode(), 0u);
     ASSERT_EQ(barrier.Add(second).GetCode(), 0u);
     ResultRecorder recorder;
-    const std::shared_ptr<Async::Job> round = PerformWait(barrier, recorder);
+    const std::shared_ptr<Async::Job> round = barrier.Wait()->Perform(recorder);
     round->Cancel();
     round->Cancel();
     EXPECT_EQ(first.Cancels.load(), 2);

@@ -40,12 +40,16 @@ struct Cancellers
     std::atomic<int> ReturnedEarly{0};
 };
 
-TEST(SyncCancelJobTest, CancelsFromTwoThreadsBothReturnAfterTheCompletion)
+TEST(SyncCancelJobTest, CancelsFromTwoThreadsBothReturnAfterTheCompletionAndASecondCompletionAsserts)
 {
     auto inner = std::make_shared<ManualAction>();
     inner->IgnoreCancel = true;
     ResultRecorder result;
     const std::shared_ptr<Async::Job> job = Async::SyncCancelJob::MakeAction(inner)->Perform(result);
+    Async::WorkDescription description;
+    job->Describe(description);
+    EXPECT_EQ(description.Text, u"ASYNC: Synchronous cancel action wrapper job.");
+    EXPECT_STREQ(description.Location.Function, "Async::SyncCancelJob::Describe");
     Cancellers cancellers(*job, result, 2);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(cancellers.Returned.load() + cancellers.ReturnedEarly.load(), 0);
@@ -56,6 +60,9 @@ TEST(SyncCancelJobTest, CancelsFromTwoThreadsBothReturnAfterTheCompletion)
     EXPECT_EQ(inner->Cancels.load(), 1);
     EXPECT_TRUE(Async::Errors::HasCode(result.Result, Async::ErrorCodes::Canceled));
     job->Cancel(); // after the completion: returns at once
+    Testing::AssertCapture capture;
+    dynamic_cast<Async::ActionHandler&>(*job).Completed(Common::Success);
+    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"!\"Sync cancel logic broken.\""});
 }
 
 TEST(SyncCancelJobTest, CancelsRacingTheCompletionAllReturnAfterIt)
@@ -71,22 +78,6 @@ TEST(SyncCancelJobTest, CancelsRacingTheCompletionAllReturnAfterIt)
         ASSERT_EQ(cancellers.ReturnedEarly.load(), 0) << "round " << round;
         ASSERT_EQ(result.GetCalls(), 1) << "round " << round;
     }
-}
-
-TEST(SyncCancelJobTest, DescribesItselfAndAssertsOnASecondCompletion)
-{
-    auto inner = std::make_shared<ManualAction>();
-    ResultRecorder result;
-    const std::shared_ptr<Async::Job> job = Async::SyncCancelJob::MakeAction(inner)->Perform(result);
-    Async::WorkDescription description;
-    job->Describe(description);
-    EXPECT_EQ(description.Text, u"ASYNC: Synchronous cancel action wrapper job.");
-    EXPECT_STREQ(description.Location.Function, "Async::SyncCancelJob::Describe");
-
-    inner->Complete(Common::Success);
-    Testing::AssertCapture capture;
-    dynamic_cast<Async::ActionHandler&>(*job).Completed(Common::Success);
-    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"!\"Sync cancel logic broken.\""});
 }
 
 } // namespace

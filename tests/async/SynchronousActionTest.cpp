@@ -5,7 +5,6 @@
 #include "ManualAction.h"
 #include "async/Assignment.h"
 #include "async/Errors.h"
-#include "common/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -24,14 +23,6 @@ constexpr std::uint32_t ContextCode = 0x00AB0005;
 Common::Error Failure()
 {
     return Common::Error(COMMON_LOCATION("SynchronousActionTest"), FailureCode);
-}
-
-std::string Narrow(const Common::Error& error)
-{
-    std::string text;
-    const Common::WideString wide = error.GetMessage();
-    Common::WideToUtf8(text, wide.data(), wide.size());
-    return text;
 }
 
 // Execute runs the scripted body; a failure gets the context record ContextCode on top.
@@ -63,21 +54,21 @@ TEST(SynchronousActionTest, EveryOutcomeOfExecuteCompletesInsidePerformWithoutJo
         const char* Name;
         std::function<Common::Error()> Body;
         std::uint32_t Code;
-        const char* Text;
+        const char16_t* Text;
         std::uint32_t SubCode;
     };
     const Case cases[] = {
-        {"success", [] { return Common::Success; }, 0, "", 0},
-        {"failure gets the context", [] { return Failure(); }, ContextCode, "", FailureCode},
+        {"success", [] { return Common::Success; }, 0, u"", 0},
+        {"failure gets the context", [] { return Failure(); }, ContextCode, u"", FailureCode},
         {"thrown error becomes the sub-error", []() -> Common::Error { throw Failure(); }, 0x00F9000B,
-         "ASYNC: Exception has occurred during work execution.", FailureCode},
+         u"ASYNC: Exception has occurred during work execution.", FailureCode},
         {"std exception", []() -> Common::Error { throw std::logic_error("broken 'thing'"); }, 0x00F9000B,
-         "ASYNC: STD exception 'broken 'thing'' has occurred during work execution.", 0},
+         u"ASYNC: STD exception 'broken 'thing'' has occurred during work execution.", 0},
         {"unknown exception", []() -> Common::Error { throw 42; }, 0x00F9000B,
-         "ASYNC: Unknown exception has occurred during work execution.", 0},
+         u"ASYNC: Unknown exception has occurred during work execution.", 0},
         {"context that throws",
          [] { return Common::Error(COMMON_LOCATION("SynchronousActionTest"), ContextCode); }, 0x00F9000B,
-         "ASYNC: STD exception 'context' has occurred during work execution.", 0},
+         u"ASYNC: STD exception 'context' has occurred during work execution.", 0},
     };
     for (const Case& c : cases)
     {
@@ -90,7 +81,7 @@ TEST(SynchronousActionTest, EveryOutcomeOfExecuteCompletesInsidePerformWithoutJo
         EXPECT_EQ(handler.Result.GetSubError().GetCode(), c.SubCode);
         if (c.Code == 0x00F9000B)
         {
-            EXPECT_EQ(Narrow(handler.Result), c.Text);
+            EXPECT_EQ(handler.Result.GetMessage(), c.Text);
             EXPECT_STREQ(handler.Result.GetLineTag().Function, "Async::SynchronousAction::Perform");
         }
     }

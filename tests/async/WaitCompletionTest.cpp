@@ -67,11 +67,6 @@ TEST(WaitCompletionJobTest, CancellingTheWaitStopsTheWaiterNotTheWork)
     EXPECT_EQ(run.Result.Result.GetCode(), 0u);
 }
 
-} // namespace
-
-namespace
-{
-
 TEST(WaitCompletionHandlerTest, CountsRunsPassesResultsOnAndEndsTheWaitAtTheFirst)
 {
     auto logic = std::make_shared<Async::WaitCompletionHandler::Logic>();
