@@ -11,6 +11,7 @@ namespace
 
 using AlertTesting::Id;
 using AlertTesting::MakeActivity;
+using AlertTesting::MakeInstance;
 using AlertTesting::MakeObject;
 using AlertTesting::StoreFixture;
 
@@ -25,19 +26,9 @@ std::u16string Text(const Common::Guid& id)
     return Common::GuidToWideString(id);
 }
 
-Por::Unit MakeInstance(const Common::Guid& id, std::int32_t type)
+Por::Unit MakePlan(std::uint32_t sourceType)
 {
-    Por::Unit instance = MakeObject(u"InstanceManagement::Instance", id);
-    instance["Type"] = type;
-    instance["FullPath"] = u"full path";
-    return instance;
-}
-
-Por::Unit MakePlan(std::uint32_t sourceType, const Common::Guid& key = PlanKey)
-{
-    Por::Unit plan = MakeObject(u"Gtob::Dto::ProtectionPlan", key);
-    plan["PlanID"] = Id(0x2C);
-    plan["Name"] = u"Daily";
+    Por::Unit plan = AlertTesting::MakePlan(PlanKey, Id(0x2C));
     plan[".__cache.SourceType"] = sourceType;
     return plan;
 }
@@ -124,7 +115,7 @@ TEST_F(InstanceNameTest, TheTypeChoosesTheFieldWithoutFallingBack)
         {6, display, u"display", u"display"},   {22, display, nullptr, nullptr},
         {24, nullptr, nullptr, nullptr},        {14, sql, u"sql", u"sql"},
         {26, display, u"display", nullptr},     {19, sql, nullptr, nullptr},
-        {1, display, u"display", u"full path"}, {7, nullptr, nullptr, u"full path"},
+        {1, display, u"display", u"machine-1"}, {7, nullptr, nullptr, u"machine-1"},
     };
     std::uint32_t number = 0x100;
     for (const Case& test : cases)
@@ -142,7 +133,7 @@ TEST_F(InstanceNameTest, TheTypeChoosesTheFieldWithoutFallingBack)
     }
 
     Por::Unit untyped = MakeObject(u"InstanceManagement::Instance", Id(0x200));
-    untyped["FullPath"] = u"full path";
+    untyped["FullPath"] = u"machine-1";
     Add(untyped);
     Common::WideString name;
     EXPECT_FALSE(Alerts::Util::TryGetInstanceName(Id(0x200), name, Client, Addon));
@@ -167,7 +158,7 @@ TEST_F(InstanceNameTest, ThisMachinesInstanceIsTheOneOfTypeOne)
     Add(MakeInstance(Id(2), 1));
     EXPECT_TRUE(Alerts::Util::TryGetInstance(Store, Addon, id, name));
     EXPECT_EQ(id, Id(2));
-    EXPECT_EQ(name, u"full path");
+    EXPECT_EQ(name, u"machine-1");
 
     Add(MakeInstance(Id(3), 1));
     EXPECT_FALSE(Alerts::Util::TryGetInstance(Store, Addon, id, name));
@@ -255,7 +246,7 @@ TEST_F(ActivityMetaTest, ProgressMetaNamesTheMachineMergesThePlanAndMovesToTheRo
     partial["ActivityID"] = Id(0xA3);
     const Por::Unit meta =
         Alerts::Util::GetProgressMeta(partial.Get(), Client, Machine, "BackupNotResponding");
-    EXPECT_EQ(meta["MachineName"].As<Por::String>(), u"full path");
+    EXPECT_EQ(meta["MachineName"].As<Por::String>(), u"machine-1");
     EXPECT_EQ(meta["PlanID"].As<Common::Guid>(), Id(0x2C)); // the plan's own "PlanID" replaces the key
     EXPECT_EQ(meta["PlanName"].As<Por::String>(), u"Daily");
     EXPECT_EQ(meta["ActivityID"].As<Common::Guid>(), Id(0xA1));

@@ -28,15 +28,8 @@ using Testing::RecordingListener;
 constexpr std::uint64_t Slice = Alerts::Util::TimeoutListener::MaximumSlice;
 const Common::Guid AlertId = Id(0xA1);
 
-std::string Active(const char* type, const Common::Guid& id)
-{
-    return std::string("active ") + type + " " + Common::GuidToString(id);
-}
-
-std::string Inactive(const char* type, const Common::Guid& id)
-{
-    return std::string("inactive ") + type + " " + Common::GuidToString(id);
-}
+using Testing::Active;
+using Testing::Inactive;
 
 Por::Unit MetaOf(const Common::Guid& parentProcess)
 {
@@ -63,34 +56,34 @@ protected:
         };
     }
 
+    // A "BackupDidNotStart" alert of the id, due after `delay` ms, whose meta names the process.
+    void Arm(std::uint64_t delay, const Common::Guid& id = AlertId, const Common::Guid& process = Id(7))
+    {
+        Timeouts.ActivateAfter(delay, id, "BackupDidNotStart", MetaOf(process).Get(), u"");
+    }
+
     TimingTesting::VirtualTime Time;
     std::shared_ptr<RecordingListener> Host = std::make_shared<RecordingListener>();
     Common::Error MetaFailure;
     Alerts::Util::TimeoutListener Timeouts{Meta(), Host, Client};
 };
 
-TEST_F(TimeoutListenerTest, ActivatesAfterTheDelayWithTheFullMeta)
-{
-    Timeouts.ActivateAfter(30000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
-    Time.Clock.Advance(29999);
-    EXPECT_TRUE(Host->Take().empty());
-    Time.Clock.Advance(1);
-    const std::vector<RecordingListener::Call> calls = Host->Take();
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].Type, "BackupDidNotStart");
-    EXPECT_EQ(calls[0].Id, AlertId);
-    EXPECT_TRUE(Por::ConstUnit(calls[0].Meta)["Full"].As<bool>());
-    EXPECT_EQ(Por::ConstUnit(calls[0].Meta)["ParentProcess"].As<Common::Guid>(), Id(7));
-}
-
+// The 10 s timer is replaced and never fires; the alert comes after the delay, with the full meta.
 TEST_F(TimeoutListenerTest, ReArmingReplacesTheTimerAndImmediateCallsCancelIt)
 {
-    Timeouts.ActivateAfter(10000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
-    Timeouts.ActivateAfter(30000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
-    Timeouts.ActivateAfter(30000, Id(0xA2), "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Arm(10000);
+    Arm(30000);
+    Arm(30000, Id(0xA2));
     Timeouts.OnInactive(Id(0xA2), "", u"");
-    Time.Seconds(29);
+    Time.Clock.Advance(29999);
     EXPECT_EQ(Host->TakeLines(), Lines{Inactive("*", Id(0xA2))});
+    Time.Clock.Advance(1);
+    const std::vector<RecordingListener::Call> calls = Host->Take();
+    ASSERT_EQ(RecordingListener::Lines(calls), Lines{Active("BackupDidNotStart", AlertId)});
+    EXPECT_TRUE(calls[0].Field("Full").As<bool>());
+    EXPECT_EQ(calls[0].Field("ParentProcess").As<Common::Guid>(), Id(7));
+
+    Arm(1000);
     Timeouts.OnActive(AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
     EXPECT_EQ(Host->TakeLines(), Lines{Active("BackupDidNotStart", AlertId)});
     Time.Seconds(60);
@@ -99,7 +92,7 @@ TEST_F(TimeoutListenerTest, ReArmingReplacesTheTimerAndImmediateCallsCancelIt)
 
 TEST_F(TimeoutListenerTest, ADelayOfExactlyThirtyDaysIsOneFullSliceThenAZeroRemainder)
 {
-    Timeouts.ActivateAfter(Slice, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Arm(Slice);
     // Advance steps through the slice in pieces short enough for the tick widening to see every flip.
     Time.Clock.Advance(Slice - 1);
     EXPECT_TRUE(Host->Take().empty());
@@ -118,8 +111,8 @@ TEST_F(TimeoutListenerTest, ADelayOfExactlyThirtyDaysIsOneFullSliceThenAZeroRema
 
 TEST_F(TimeoutListenerTest, ALongWaitIsAChainOfSlicesThatADropEnds)
 {
-    Timeouts.ActivateAfter(2 * Slice + 5000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
-    Timeouts.ActivateAfter(2 * Slice, Id(0xA2), "BackupDidNotStart", MetaOf(Id(8)).Get(), u"");
+    Arm(2 * Slice + 5000);
+    Arm(2 * Slice, Id(0xA2), Id(8));
     Time.Clock.Advance(Slice + 1000);
     Timeouts.DropIfExist(Id(0xA2));
     Time.Clock.Advance(Slice - 1000);
@@ -131,7 +124,7 @@ TEST_F(TimeoutListenerTest, ALongWaitIsAChainOfSlicesThatADropEnds)
 TEST_F(TimeoutListenerTest, AFailingTimerIsLoggedAndForwardsNothing)
 {
     MetaFailure = Common::Error(COMMON_LOCATION("TimeoutListenerTest"), 0x011A0042);
-    Timeouts.ActivateAfter(1000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
+    Arm(1000);
     Time.Seconds(1);
     EXPECT_TRUE(Host->Take().empty());
     const Lines failures = Log.Texts(4);
@@ -142,8 +135,8 @@ TEST_F(TimeoutListenerTest, AFailingTimerIsLoggedAndForwardsNothing)
 
 TEST_F(TimeoutListenerTest, StopAllStopsEveryTimerAndCleanupIsNotForwarded)
 {
-    Timeouts.ActivateAfter(1000, AlertId, "BackupDidNotStart", MetaOf(Id(7)).Get(), u"");
-    Timeouts.ActivateAfter(Slice + 1000, Id(0xA2), "BackupDidNotStart", MetaOf(Id(8)).Get(), u"");
+    Arm(1000);
+    Arm(Slice + 1000, Id(0xA2), Id(8));
     Timeouts.StopAll();
     Time.Clock.Advance(Slice + 2000);
     EXPECT_TRUE(Host->Take().empty());
@@ -182,6 +175,10 @@ TEST_F(PerProcessCallbackTest, OneAlertPerParentProcessUntilTheFirstIsCleared)
     Callback.OnActive(Id(2), "BackupNotResponding", MetaOf(process).Get(), u"");
     EXPECT_EQ(Host->TakeLines(),
               (Lines{Inactive("ActivityNotResponding", Id(1)), Active("BackupNotResponding", Id(2))}));
+    // The next listener's failure passes to the caller.
+    Host->FailNext(1, Common::Error(COMMON_LOCATION("PerProcessCallbackTest"), 0x011A0042));
+    EXPECT_THROW(Callback.OnActive(Id(4), "ActivityNotResponding", MetaOf(Id(0x52)).Get(), u""),
+                 Common::Error);
 }
 
 TEST_F(PerProcessCallbackTest, AMetaWithoutParentProcessPassesWithoutBookkeeping)
@@ -194,13 +191,6 @@ TEST_F(PerProcessCallbackTest, AMetaWithoutParentProcessPassesWithoutBookkeeping
     const Lines misses = Log.Texts(3);
     ASSERT_EQ(misses.size(), 2u);
     EXPECT_EQ(misses[0].rfind("Inspector of activity not responding.: .ParentProcess not found in", 0), 0u);
-}
-
-TEST_F(PerProcessCallbackTest, TheNextListenersFailurePassesToTheCaller)
-{
-    Host->FailNext(1, Common::Error(COMMON_LOCATION("PerProcessCallbackTest"), 0x011A0042));
-    EXPECT_THROW(Callback.OnActive(Id(1), "ActivityNotResponding", MetaOf(Id(0x50)).Get(), u""),
-                 Common::Error);
 }
 
 // The watchdog of the not-responding and queued alerts.
