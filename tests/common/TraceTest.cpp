@@ -223,29 +223,20 @@ TEST_F(TraceTest, StubFallsBackToItsTextFunction)
     EXPECT_EQ(Calls, (Strings{"stub-error 4 11A0012.0 read failed", "stub-file 3 11A.10 in file @a.cpp:7"}));
 }
 
-TEST_F(TraceTest, ContextStubGetsTheCallersContextOrNull)
+TEST_F(TraceTest, ContextStubGetsTheCallersContextOrNullAndTheBasesContextFormsReachThePlainForms)
 {
     Common::SetDefaultOutputDisabled(true);
     Logging_Context* channel = Logging_GetContext("alerts");
     const Common::ContextTraceFunctions stub{ContextStubText, nullptr, nullptr};
     Common::RegisterTrace(stub);
-
     Common::TraceError(channel, 4, Error(COMMON_LOCATION("Test"), 0x011A0011, u"timer"));
     EXPECT_EQ(SeenContext, channel);
     Common::TraceText(2, 1, 2, u"plain");
     EXPECT_EQ(SeenContext, nullptr);
-
     Common::UnregisterTrace(stub);
-    EXPECT_EQ(Calls, (Strings{"context-stub 4 11A.11 timer", "context-stub 2 1.2 plain"}));
-}
 
-TEST_F(TraceTest, ContextFormsOfTheBaseReachThePlainForms)
-{
-    Common::SetDefaultOutputDisabled(true);
     RecordingSink sink("sink");
     Common::TraceLogic& logic = sink;
-    Logging_Context* channel = Logging_GetContext("alerts");
-
     logic.TraceText(channel, 2, 0, 1, u"text");
     logic.TraceFile(channel, 2, 0, 2, u"file", "b.cpp", 9);
     logic.TraceError(channel, 4, Error(COMMON_LOCATION("Test"), 0x00FA0003, u"error"));
@@ -253,11 +244,12 @@ TEST_F(TraceTest, ContextFormsOfTheBaseReachThePlainForms)
     Common::TraceText(channel, 2, 0, 4, u"through the trace");
     Common::UnregisterTraceLogic(&sink);
 
-    EXPECT_EQ(Calls, (Strings{"sink 2 0.1 text", "sink 2 0.2 file @b.cpp:9", "sink 4 FA0003.0 error",
-                              "sink 2 0.4 through the trace"}));
+    EXPECT_EQ(Calls,
+              (Strings{"context-stub 4 11A.11 timer", "context-stub 2 1.2 plain", "sink 2 0.1 text",
+                       "sink 2 0.2 file @b.cpp:9", "sink 4 FA0003.0 error", "sink 2 0.4 through the trace"}));
 }
 
-TEST_F(TraceTest, CompositeLivesWhileAnythingIsRegistered)
+TEST_F(TraceTest, CompositeLivesWhileAnythingIsRegisteredAndAStubWithoutTextFunctionIsRefused)
 {
     ASSERT_FALSE(Common::Detail::HasTraceComposite());
     RecordingSink sink("sink");
@@ -273,18 +265,15 @@ TEST_F(TraceTest, CompositeLivesWhileAnythingIsRegistered)
     Common::UnregisterTrace(stub);
     EXPECT_FALSE(Common::Detail::HasTraceComposite());
 
-    Common::SetDefaultOutputDisabled(true);
-    Common::TraceText(4, 0, 1, u"nobody listens");
-    EXPECT_TRUE(Calls.empty());
-}
-
-TEST_F(TraceTest, NullTextFunctionIsABrokenInvariant)
-{
-    Testing::AssertCapture capture;
+    Testing::AssertCapture capture; // a null text function is a broken invariant
     Common::RegisterTrace(Common::TraceFunctions{nullptr, StubFile, StubError});
     Common::RegisterTrace(Common::ContextTraceFunctions{});
     EXPECT_EQ(capture.Expressions(), (Strings{"func", "func"}));
     EXPECT_FALSE(Common::Detail::HasTraceComposite());
+
+    Common::SetDefaultOutputDisabled(true);
+    Common::TraceText(4, 0, 1, u"nobody listens");
+    EXPECT_TRUE(Calls.empty());
 }
 
 TEST_F(TraceTest, DefaultOutputLineHasLetterCodeAndTextOnTheStreamOfItsLevel)
