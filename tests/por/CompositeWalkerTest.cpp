@@ -38,15 +38,8 @@ private:
     int Seen = 0;
 };
 
-UnitPtr Left()
-{
-    return Util::Build().Composite().Property("a", 1u).Property("c", 1u).Property("d", 1u).Done();
-}
-
-UnitPtr Right()
-{
-    return Util::Build().Composite().Property("b", 2u).Property("c", 2u).Property("e", 2u).Done();
-}
+const UnitPtr Left = Util::Build().Composite().Property("a", 1u).Property("c", 1u).Property("d", 1u).Done();
+const UnitPtr Right = Util::Build().Composite().Property("b", 2u).Property("c", 2u).Property("e", 2u).Done();
 
 TEST(CompositeWalkerTest, WalksBothSidesInNameOrderAndStopsWhenAsked)
 {
@@ -56,13 +49,13 @@ TEST(CompositeWalkerTest, WalksBothSidesInNameOrderAndStopsWhenAsked)
     {
         Recorder recorder;
         recorder.StopAt = stopAt;
-        const bool stopped = Util::WalkComposites(*Left(), *Right(), recorder);
+        const bool stopped = Util::WalkComposites(*Left, *Right, recorder);
         EXPECT_EQ(stopped, stopAt != 0);
         EXPECT_EQ(recorder.Text, prefixes[stopAt == 0 ? 4 : stopAt - 1]) << stopAt;
     }
     // One side empty: everything is on the other.
     Recorder recorder;
-    Util::WalkComposites(*GetUnitFactory().CreateComposite(), *Right(), recorder);
+    Util::WalkComposites(*GetUnitFactory().CreateComposite(), *Right, recorder);
     EXPECT_EQ(recorder.Text, "R:b R:c R:e ");
 }
 
@@ -71,7 +64,7 @@ TEST(CompositeWalkerTest, FilterDropsNamesAndTheWalkGoesOn)
     Recorder recorder;
     Util::FilteringCompositeWalker filter(recorder,
                                           [](std::string_view name) { return name != "c" && name != "a"; });
-    EXPECT_FALSE(Util::WalkComposites(*Left(), *Right(), filter));
+    EXPECT_FALSE(Util::WalkComposites(*Left, *Right, filter));
     EXPECT_EQ(recorder.Text, "R:b L:d R:e ");
 }
 
@@ -81,16 +74,12 @@ TEST(CompositeWalkerTest, UnitWalkerEventsBuildTheUnionWithTheRightSideWinning)
     Util::CompositeWalker2UnitWalker events(builder);
     builder.OnUnitBegin();
     builder.OnComposite();
-    Util::WalkComposites(*Left(), *Right(), events);
+    Util::WalkComposites(*Left, *Right, events);
     builder.OnEnd();
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("a", 1u)
-                                 .Property("b", 2u)
-                                 .Property("c", 2u)
-                                 .Property("d", 1u)
-                                 .Property("e", 2u)
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("a", 1u).Property("b", 2u).Property("c", 2u).Property("d", 1u).Property("e", 2u).Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*builder.Result(), *expected)) << Util::UnitToString(*builder.Result());
 }
 

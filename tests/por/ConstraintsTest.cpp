@@ -25,39 +25,19 @@ TEST(ConstraintsTest, ListBuildsAPatternThatSelectsBySeveralOperators)
     Por::Unit kind = pattern["Kind"];
     Detail::ValueInConstraint<std::set<std::string>>({"b", "a"}).Apply(kind);
 
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Trait("Is", u"Activity")
-                                 .Property("DmlTimeStamp")
-                                 .Value(std::int64_t{0})
-                                 .Trait("Greater", std::int64_t{100})
-                                 .End()
-                                 .Property("Kind")
-                                 .Value(String())
-                                 .Trait("ValueIn")
-                                 .Array()
-                                 .Element(String(u"a"))
-                                 .Element(String(u"b"))
-                                 .End()
-                                 .End()
-                                 .Property("State")
-                                 .Value(0u)
-                                 .Trait("ValueIn")
-                                 .Array()
-                                 .Element(3u)
-                                 .Element(5u)
-                                 .End()
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite().Trait("Is", u"Activity")
+        .Property("DmlTimeStamp").Value(std::int64_t{0}).Trait("Greater", std::int64_t{100}).End()
+        .Property("Kind").Value(String())
+            .Trait("ValueIn").Array().Element(String(u"a")).Element(String(u"b")).End()
+        .End()
+        .Property("State").Value(0u).Trait("ValueIn").Array().Element(3u).Element(5u).End().End()
+        .Done();
     EXPECT_TRUE(UnitEqual(*pattern.GetRoot(), *expected)) << Util::UnitToString(*pattern.GetRoot());
 
-    const UnitPtr activity = Util::Build()
-                                 .Composite()
-                                 .Trait("Is", u"Activity")
-                                 .Property("DmlTimeStamp", std::int64_t{101})
-                                 .Property("Kind", u"a")
-                                 .Property("State", 5u)
-                                 .Done();
+    const UnitPtr activity = Util::Build().Composite().Trait("Is", u"Activity")
+        .Property("DmlTimeStamp", std::int64_t{101}).Property("Kind", u"a").Property("State", 5u).Done();
+    // clang-format on
     EXPECT_TRUE(Match(*activity, *pattern.GetRoot()));
     Util::SetValue<std::uint32_t>(Util::GetPropertyValue(*activity, "State"), 4u);
     EXPECT_FALSE(Match(*activity, *pattern.GetRoot()));

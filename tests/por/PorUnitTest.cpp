@@ -1,5 +1,6 @@
 #include "por/PorUnit.h"
 
+#include "TestUnits.h"
 #include "common/Error.h"
 #include "por/Compare.h"
 #include "por/TraitUtil.h"
@@ -12,21 +13,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 TEST(PorUnitTest, AssignmentCreatesTheMissingWay)
 {
@@ -35,15 +22,12 @@ TEST(PorUnitTest, AssignmentCreatesTheMissingWay)
     unit["Details"]["Specific"] = 5u;
     unit["Name"] = Common::WideString(u"x");
     unit[".Details.Other"] = std::int64_t(-1);
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("Details")
-                                 .Composite()
-                                 .Property("Other", std::int64_t(-1))
-                                 .Property("Specific", 5u)
-                                 .End()
-                                 .Property("Name", u"x")
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("Details").Composite().Property("Other", std::int64_t(-1)).Property("Specific", 5u).End()
+        .Property("Name", u"x")
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*unit.Result(), *expected)) << Util::UnitToString(*unit.Result());
 }
 
@@ -91,19 +75,12 @@ TEST(PorUnitTest, ConstraintBuildingKeepsWhatIsThere)
         .AddTrait("Is", *Factory.CreateString(u"B"));
     pattern["Kind"].EnsureComposite();
     pattern["Kind"]["^Type"] = u"t";
-    const UnitPtr expected = Util::Build()
-                                 .Composite()
-                                 .Property("Kind")
-                                 .Composite()
-                                 .Trait("Is", u"A")
-                                 .Trait("Is", u"B")
-                                 .Trait("Type", u"t")
-                                 .End()
-                                 .Property("State")
-                                 .Value(std::int64_t(0))
-                                 .Trait("Greater", std::int64_t(4))
-                                 .End()
-                                 .Done();
+    // clang-format off
+    const UnitPtr expected = Util::Build().Composite()
+        .Property("Kind").Composite().Trait("Is", u"A").Trait("Is", u"B").Trait("Type", u"t").End()
+        .Property("State").Value(std::int64_t(0)).Trait("Greater", std::int64_t(4)).End()
+        .Done();
+    // clang-format on
     EXPECT_TRUE(UnitEqual(*pattern.Result(), *expected)) << Util::UnitToString(*pattern.Result());
 }
 

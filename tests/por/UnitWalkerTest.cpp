@@ -1,12 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <string>
+#include "por/UnitWalker.h"
 
 #include "por/Compare.h"
 #include "por/UnitBuilder.h"
 #include "por/UnitFactory.h"
 #include "por/UnitPrinter.h"
-#include "por/UnitWalker.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
 
 namespace
 {
@@ -43,21 +44,15 @@ public:
 
 UnitPtr Sample()
 {
-    return Util::Build()
-        .Composite()
-        .Trait("Is", u"X")
-        .Property("a")
-        .Array()
-        .Element(1u)
-        .Value(true)
-        .Trait("m", nullptr)
-        .End()
-        .End()
+    // clang-format off
+    return Util::Build().Composite().Trait("Is", u"X")
+        .Property("a").Array().Element(1u).Value(true).Trait("m", nullptr).End().End()
         .Property("b", Blob{1})
         .Done();
+    // clang-format on
 }
 
-TEST(UnitWalkerTest, GuidesOrderValueAndTraits)
+TEST(UnitWalkerTest, GuidesOrderValueAndTraitsAndEitherWalkRebuildsTheUnit)
 {
     const UnitPtr unit = Sample();
     Trace valueFirst;
@@ -70,24 +65,15 @@ TEST(UnitWalkerTest, GuidesOrderValueAndTraits)
     const Util::WalkValueFirstGuide next;
     Util::HierarchyRoute(*unit).Follow(shallow, Util::WalkNotRecursiveWithTraitsGuide(next));
     EXPECT_EQ(shallow.Text, "UTIsUsECE");
-}
 
-TEST(UnitWalkerTest, BuildingWalkerRebuildsWhatTheRouteWalks)
-{
-    const UnitPtr unit = Sample();
-    for (bool traitsFirst : {false, true})
+    Util::UnitBuildingWalker valueFirstBuilder(GetUnitFactory());
+    Util::HierarchyRoute(*unit).Follow(valueFirstBuilder);
+    Util::UnitBuildingWalker traitsFirstBuilder(GetUnitFactory());
+    Util::HierarchyRoute(*unit).Follow(traitsFirstBuilder, Util::WalkTraitsFirstGuide());
+    for (Util::UnitBuildingWalker* builder : {&valueFirstBuilder, &traitsFirstBuilder})
     {
-        Util::UnitBuildingWalker builder(GetUnitFactory());
-        if (traitsFirst)
-        {
-            Util::HierarchyRoute(*unit).Follow(builder, Util::WalkTraitsFirstGuide());
-        }
-        else
-        {
-            Util::HierarchyRoute(*unit).Follow(builder);
-        }
-        ASSERT_NE(builder.Result(), nullptr);
-        EXPECT_TRUE(UnitEqual(*builder.Result(), *unit)) << Util::UnitToString(*builder.Result());
+        ASSERT_NE(builder->Result(), nullptr);
+        EXPECT_TRUE(UnitEqual(*builder->Result(), *unit)) << Util::UnitToString(*builder->Result());
     }
 }
 
