@@ -4,6 +4,7 @@
 
 #include "async/Condition.h"
 #include "async/Errors.h"
+#include "common/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -32,16 +33,9 @@ TEST(FutureTest, SoleOwnerValueIsHandedOutOnceThenGetThrowsInvalidResult)
     Async::Future<std::unique_ptr<int>> held = std::make_unique<int>(3);
     Async::Future<std::unique_ptr<int>> moved = std::move(held);
     EXPECT_EQ(*moved.Get(), 3);
-    try
-    {
-        moved.Get();
-        FAIL() << "a second Get must throw";
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
-        EXPECT_STREQ(error.GetLineTag().Function, "Async::Future::Get");
-    }
+    const Common::Error error = Testing::ThrownError([&moved] { moved.Get(); }); // a second Get
+    EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
+    EXPECT_STREQ(error.GetLineTag().Function, "Async::Future::Get");
 }
 
 TEST(FutureTest, ConditionsCombineLateAndShortCircuit)

@@ -10,6 +10,7 @@
 #include "async/ResultToOutParameter.h"
 #include "common/AssertCapture.h"
 #include "common/ThreadIdentity.h"
+#include "common/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -140,16 +141,9 @@ TEST(FutureActionAdaptorTest, PerformsTheActionTheFutureYieldsWhenItRuns)
     EXPECT_EQ(first.Result.GetCode(), FailureCode);
     EXPECT_EQ(second.Result.GetCode(), ProcessedCode);
     EXPECT_EQ(owned, nullptr); // the yielded action lived through its Perform only
-    try
-    {
-        fromOwned->Perform(third);
-        FAIL() << "a null action must throw";
-    }
-    catch (const Common::Error& error)
-    {
-        EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
-        EXPECT_STREQ(error.GetLineTag().Function, "Async::Detail::FutureActionAdaptor::Perform");
-    }
+    const Common::Error error = Testing::ThrownError([&] { fromOwned->Perform(third); }); // a null action
+    EXPECT_EQ(error.GetCode(), Async::ErrorCodes::InvalidResult);
+    EXPECT_STREQ(error.GetLineTag().Function, "Async::Detail::FutureActionAdaptor::Perform");
     EXPECT_EQ(third.GetCalls(), 0);
 }
 
