@@ -165,11 +165,8 @@ TEST_F(NotRespondingTest, AnUnknownActivityLeavingIsLoggedAndClearsNothing)
 
 TEST_F(NotRespondingTest, ChangeSettingsSetsTheRunningDurationsAndLeavesTheQueuedOne)
 {
-    Por::Unit settings = Por::Unit::Composite();
-    settings[".ActivityNotResponding.Duration"] = std::int32_t{100};
-    Begin(settings);
-    Por::Unit ten = Por::Unit::Composite();
-    ten["Duration"] = std::int32_t{10};
+    Begin(AlertTesting::With(".ActivityNotResponding.Duration", std::int32_t{100}));
+    const Por::Unit ten = AlertTesting::With("Duration", std::int32_t{10});
     Inspector->ChangeSettings("ActivityNotResponding", ten.Get(), u"");
     Inspector->ChangeSettings("BackupNotResponding", ten.Get(), u"");
     EXPECT_EQ(Progress().GetTimeout("ActivityNotResponding"), 10u);
@@ -185,9 +182,7 @@ TEST_F(NotRespondingTest, ChangeSettingsSetsTheRunningDurationsAndLeavesTheQueue
     EXPECT_EQ(Progress().GetTimeout("BackupNotResponding"), 3600u);
 
     // The queue's duration is fixed at Initialize: still 5 seconds.
-    Por::Unit one = Por::Unit::Composite();
-    one["Duration"] = std::int32_t{1};
-    Inspector->ChangeSettings("BackupQueued", one.Get(), u"");
+    Inspector->ChangeSettings("BackupQueued", AlertTesting::With("Duration", std::int32_t{1}).Get(), u"");
     EXPECT_EQ(Progress().GetTimeout("ActivityNotResponding"), 100u);
     EXPECT_EQ(Progress().GetTimeout("BackupNotResponding"), 3600u);
     Write.Create(AlertTesting::MakeInstance(Id(0x1A), 1));

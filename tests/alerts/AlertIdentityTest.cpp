@@ -103,8 +103,7 @@ TEST(GenerateAlertIdTest, MissingGuidsBecomeRandomAndMakeTheIdIncomplete)
 TEST(GenerateAlertIdTest, IncompleteIdRecordsAreLoggedAtLevelFour)
 {
     LogCapture log;
-    Por::Unit activity = Por::Unit::Composite();
-    activity["Name"] = u"Backup";
+    const Por::Unit activity = AlertTesting::With("Name", u"Backup");
     Alerts::LogIncompleteIdOnActivate(Plan, activity.Get());
     Alerts::LogIncompleteIdOnDeactivate(activity.Get());
     const auto lines = log.Lines();

@@ -118,6 +118,15 @@ inline Common::Guid Id(std::uint32_t number)
     return id;
 }
 
+// A composite of one field.
+template <typename T>
+Por::Unit With(const char* path, const T& value)
+{
+    Por::Unit unit = Por::Unit::Composite();
+    unit[path] = value;
+    return unit;
+}
+
 // A plain object of the class keyed by "ID".
 inline Por::Unit MakeObject(const char16_t* className, const Common::Guid& id)
 {

@@ -61,10 +61,9 @@ TEST_F(DidNotStartTest, TenSecondsAheadWithAGraceOfTwentyIsAThirtySecondTimer)
     const std::int64_t next = Time.Now() + 10;
     Write.Create(Item(Id(1), 10));
     // Settings changes reach nothing here, and say nothing.
-    Por::Unit longer = Por::Unit::Composite();
-    longer["TimeoutToStart"] = std::int32_t{100};
     const std::size_t logged = Log.Lines().size();
-    Inspector->ChangeSettings("BackupDidNotStart", longer.Get(), u"");
+    Inspector->ChangeSettings("BackupDidNotStart",
+                              AlertTesting::With("TimeoutToStart", std::int32_t{100}).Get(), u"");
     EXPECT_EQ(Log.Lines().size(), logged);
     Time.Clock.Advance(29999);
     EXPECT_TRUE(Host->Take().empty());
@@ -99,9 +98,7 @@ TEST_F(DidNotStartTest, APassedTimeAlertsAtOnceButNotRightAfterARun)
 
 TEST_F(DidNotStartTest, AMovedScheduleReplacesTheTimerAndARunClearsIt)
 {
-    Por::Unit settings = Por::Unit::Composite();
-    settings[".BackupDidNotStart.TimeoutToStart"] = std::int32_t{5};
-    Begin(settings);
+    Begin(AlertTesting::With(".BackupDidNotStart.TimeoutToStart", std::int32_t{5}));
     Write.Create(Item(Id(1), 10));
     Write.Set(Id(1), u".NextBackupTime.Time", Time.Now() + 100);
     Time.Seconds(104);

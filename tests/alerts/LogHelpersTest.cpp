@@ -16,9 +16,7 @@ const Common::Guid AlertId{0xFEDCBA98, 0x7654, 0x3210, {0x80, 0x70, 0x60, 0x50, 
 
 Por::Unit PlanMeta()
 {
-    Por::Unit meta = Por::Unit::Composite();
-    meta["PlanName"] = u"Daily";
-    return meta;
+    return AlertTesting::With("PlanName", u"Daily");
 }
 
 TEST(LogHelpersTest, EventLinesHaveTheirFormatsLevelsAndChannel)
@@ -66,9 +64,7 @@ TEST(LogHelpersTest, ErrorWrappersPutTheCauseUnderTheirOwnErrorAndLogTheChainAtT
 {
     const Common::ErrorLocation site = COMMON_LOCATION("LogHelpersTest::Site");
     const Common::Error cause(COMMON_LOCATION("LogHelpersTest::Cause"), 0x00FC0038, std::string_view("none"));
-    Por::Unit pattern = Por::Unit::Composite();
-    pattern["Type"] = 1u;
-    const Dml::ViewSpec spec{pattern.Result(), nullptr};
+    const Dml::ViewSpec spec{AlertTesting::With("Type", 1u).Result(), nullptr};
     const Por::Unit object = PlanMeta();
 
     struct Case

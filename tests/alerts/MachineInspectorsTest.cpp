@@ -169,10 +169,9 @@ TEST_F(EncryptionPasswordTest, TheAlertRepeatsAtEachCheckUntilThePasswordIsSet)
 
 TEST_F(EncryptionPasswordTest, TheSettingTurnedOffOrRemovedEndsTheAlertAndTheChecks)
 {
-    Por::Unit settingsUnit = Por::Unit::Composite();
-    settingsUnit[".EncryptionPasswordMissing.CheckPeriod"] = std::uint32_t{600};
     Write.Put(TenantSettings(true));
-    Begin(&Alerts::Detail::CreateEncryptionPasswordMissingInspector, settingsUnit);
+    Begin(&Alerts::Detail::CreateEncryptionPasswordMissingInspector,
+          AlertTesting::With(".EncryptionPasswordMissing.CheckPeriod", std::uint32_t{600}));
     EXPECT_EQ(Calls(), Lines{Active});
 
     // Another tenant setting changing checks nothing.

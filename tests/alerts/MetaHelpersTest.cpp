@@ -85,8 +85,7 @@ TEST_F(MetaReadersTest, MissesLogAtTheirLevelAndWrongKindsThrow)
 
 TEST_F(MetaReadersTest, MergeAddsPropertiesOrCopiesIntoAnEmptyTarget)
 {
-    Por::Unit source = Por::Unit::Composite();
-    source["PlanName"] = u"new";
+    const Por::Unit source = AlertTesting::With("PlanName", u"new");
     Por::Unit empty;
     Alerts::Util::MergeMeta(empty, source.Get());
     EXPECT_EQ(Por::Util::UnitToString(empty.Get()), Por::Util::UnitToString(source.Get()));

@@ -33,9 +33,7 @@ using Testing::Inactive;
 
 Por::Unit MetaOf(const Common::Guid& parentProcess)
 {
-    Por::Unit meta = Por::Unit::Composite();
-    meta["ParentProcess"] = parentProcess;
-    return meta;
+    return AlertTesting::With("ParentProcess", parentProcess);
 }
 
 class TimeoutListenerTest : public AlertTesting::StoreFixture
