@@ -401,18 +401,14 @@ TEST(DateTimeTest, NowFollowsTheInstalledClock)
     EXPECT_EQ(local, second);
 }
 
-TEST(DateTimeTest, AnyKindButOneIsLocal)
+// Any kind but UTC is local; conversion keeps the instant, local adders keep the wall clock.
+TEST(DateTimeTest, LocalTimeConvertsKeepingTheInstantAndItsAddersMoveTheWallClock)
 {
     const Testing::ScopedEnvironment zone("TZ", CentralEurope);
-    const DateTime value(0, 0, static_cast<DateTimeKind>(7));
-    EXPECT_FALSE(value.IsUtc());
-    EXPECT_EQ(value.GetKind(), DateTimeKind::Local);
-    EXPECT_EQ(value.GetHour(), 1);
-}
-
-TEST(DateTimeTest, ConversionKeepsTheInstantAndMovesTheCalendar)
-{
-    const Testing::ScopedEnvironment zone("TZ", CentralEurope);
+    const DateTime odd(0, 0, static_cast<DateTimeKind>(7));
+    EXPECT_FALSE(odd.IsUtc());
+    EXPECT_EQ(odd.GetKind(), DateTimeKind::Local);
+    EXPECT_EQ(odd.GetHour(), 1);
     const DateTime utc = Utc({2024, 7, 1, 12, 0, 0, 42});
     const DateTime local = utc.ToLocal();
     EXPECT_EQ(local, utc);
@@ -422,11 +418,7 @@ TEST(DateTimeTest, ConversionKeepsTheInstantAndMovesTheCalendar)
     const DateTime back = local.ToUtc();
     EXPECT_TRUE(back.IsUtc());
     EXPECT_EQ(Describe(back), Describe(utc));
-}
 
-TEST(DateTimeTest, LocalAddersMoveTheWallClock)
-{
-    const Testing::ScopedEnvironment zone("TZ", CentralEurope);
     // Into summer time a calendar day is 23 hours long.
     DateTime day(DateTimeKind::Local, 2024, 3, 30, 12);
     const DateTime before = day;

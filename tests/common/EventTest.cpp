@@ -124,7 +124,7 @@ TEST(EventTest, SetAndPulseReleaseTheWaitersTheKindOfEventSays)
     }
 }
 
-TEST(EventTest, WaitAnyAnswersTheFirstSignalledEventAndConsumesOnlyIt)
+TEST(EventTest, WaitAnyAnswersTheFirstSignalledEventAndConsumesOnlyItWhetherSetBeforeOrDuringTheWait)
 {
     Event first(false, true);
     Event second(false, true);
@@ -137,13 +137,8 @@ TEST(EventTest, WaitAnyAnswersTheFirstSignalledEventAndConsumesOnlyIt)
     Event* mixed[] = {&first, &manual};
     EXPECT_EQ(Event::WaitAny(mixed, 2, 0), 1);
     EXPECT_TRUE(manual.Wait(0));
-}
 
-TEST(EventTest, WaitAnyIsReleasedBySetOfALaterEventWhichItConsumes)
-{
-    Event first(false, false);
-    Event second(false, false);
-    Event* events[] = {&first, &second};
+    // A waiting WaitAny is released by a Set of a later event, which it consumes.
     int result = -2;
     std::thread waiter([&] { result = Event::WaitAny(events, 2, Event::Infinite); });
     AwaitWaiters(second, 1);

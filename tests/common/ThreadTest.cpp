@@ -18,13 +18,33 @@ using Common::Thread;
 using Testing::Observe;
 using Testing::Probe;
 
-TEST(ThreadTest, RunsTheFunctionAndKeepsItsExitCode)
+// Unknown priorities count as normal; Terminate is not supported: it asserts and the thread runs on.
+TEST(ThreadTest, RunsTheFunctionAndKeepsItsExitCodeAndNormalisedPriorityWhileTerminateOnlyAsserts)
 {
+    Testing::AssertCapture capture;
     Probe probe;
     probe.Result = 1234;
     Thread thread(Observe, &probe);
     EXPECT_FALSE(thread.Wait(20));
     EXPECT_EQ(thread.GetExitCode(), Common::StillActiveExitCode);
+    EXPECT_EQ(thread.GetPriority(), Common::NormalPriority);
+    const struct
+    {
+        int Given;
+        int Reported;
+    } cases[] = {{Common::LowestPriority, Common::LowestPriority},
+                 {Common::BelowNormalPriority, Common::BelowNormalPriority},
+                 {17, Common::NormalPriority},
+                 {-3, Common::NormalPriority},
+                 {Common::AboveNormalPriority, Common::AboveNormalPriority}};
+    for (const auto& priority : cases)
+    {
+        thread.SetPriority(priority.Given);
+        EXPECT_EQ(thread.GetPriority(), priority.Reported) << "given " << priority.Given;
+    }
+    thread.Terminate();
+    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"!\"not supported for a thread\""});
+    EXPECT_FALSE(thread.Wait(0));
 
     probe.Release.Set();
     thread.Wait();
@@ -32,6 +52,8 @@ TEST(ThreadTest, RunsTheFunctionAndKeepsItsExitCode)
     EXPECT_EQ(thread.GetExitCode(), 1234u);
     EXPECT_EQ(thread.GetThreadId(), probe.IdSeen);
     EXPECT_NE(probe.IdSeen, Common::GetCurrentThreadId());
+    thread.SetPriority(Common::LowestPriority);
+    EXPECT_EQ(thread.GetPriority(), Common::LowestPriority);
 }
 
 TEST(ThreadTest, RunsWithTheIdentityOfItsCreatorWhoseOwnIsUnchanged)
@@ -84,45 +106,6 @@ TEST(ThreadTest, ThreadOutlivesItsObjectAndFinishesItsFunction)
     }
     shared.Release.Set();
     EXPECT_TRUE(shared.Done.Wait(5000));
-}
-
-TEST(ThreadTest, TerminateAssertsAndLeavesTheThreadRunning)
-{
-    Testing::AssertCapture capture;
-    Probe probe;
-    probe.Result = 5;
-    Thread thread(Observe, &probe);
-    thread.Terminate();
-    EXPECT_EQ(capture.Expressions(), std::vector<std::string>{"!\"not supported for a thread\""});
-    EXPECT_FALSE(thread.Wait(0));
-    probe.Release.Set();
-    thread.Wait();
-    EXPECT_EQ(thread.GetExitCode(), 5u);
-}
-
-TEST(ThreadTest, PriorityIsKeptAndUnknownValuesCountAsNormal)
-{
-    Probe probe;
-    Thread thread(Observe, &probe);
-    EXPECT_EQ(thread.GetPriority(), Common::NormalPriority);
-    const struct
-    {
-        int Given;
-        int Reported;
-    } cases[] = {{Common::LowestPriority, Common::LowestPriority},
-                 {Common::BelowNormalPriority, Common::BelowNormalPriority},
-                 {17, Common::NormalPriority},
-                 {-3, Common::NormalPriority},
-                 {Common::AboveNormalPriority, Common::AboveNormalPriority}};
-    for (const auto& priority : cases)
-    {
-        thread.SetPriority(priority.Given);
-        EXPECT_EQ(thread.GetPriority(), priority.Reported) << "given " << priority.Given;
-    }
-    probe.Release.Set();
-    thread.Wait();
-    thread.SetPriority(Common::LowestPriority);
-    EXPECT_EQ(thread.GetPriority(), Common::LowestPriority);
 }
 
 } // namespace
