@@ -186,8 +186,7 @@ private:
                 return;
             }
             Pause(Current.Delay);
-            const bool helperCompletes = Current.Completes != Plan::InsidePerform;
-            if (helperCompletes && Current.Completes == Plan::ByHelperEarly)
+            if (Current.Completes == Plan::ByHelperEarly)
             {
                 WaitForPerform();
                 Complete(Current.Fails);
@@ -196,7 +195,7 @@ private:
             {
                 Control.Cancel();
             }
-            if (helperCompletes && Current.Completes == Plan::ByHelperLate)
+            if (Current.Completes == Plan::ByHelperLate)
             {
                 WaitForPerform();
                 Pause(Current.Delay);
@@ -212,15 +211,13 @@ private:
     {
         while (!PerformStarted.load(std::memory_order_acquire))
         {
-            if (Calls.load(std::memory_order_acquire) != CallsAtTicket())
+            if (Calls.load(std::memory_order_acquire) != CallsSeen.load(std::memory_order_acquire))
             {
                 return; // finished without performing
             }
             std::this_thread::yield();
         }
     }
-
-    int CallsAtTicket() const { return CallsSeen.load(std::memory_order_acquire); }
 
     void Complete(bool fail)
     {
