@@ -1,5 +1,6 @@
 #include "por/Assign.h"
 
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/UnitAccess.h"
 #include "por/UnitBuilder.h"
@@ -12,21 +13,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 TEST(AssignTest, WritesOnlyWhatTheSourceNames)
 {
@@ -75,24 +62,15 @@ TEST(AssignTest, FailuresNameTheCauseAndChangeNothing)
         std::u16string Cause;
     };
     // The target's "a" comes first, so a failure found later must not leave it written.
-    const UnitPtr target = Util::Build()
-                               .Composite()
-                               .Trait("Is", u"T")
-                               .Property("a", 1u)
-                               .Property("sub")
-                               .Composite()
-                               .Property("n")
-                               .Value(std::int32_t{1})
-                               .Trait("Unit", u"s")
-                               .End()
-                               .End()
-                               .Done();
+    // clang-format off
+    const UnitPtr target = Util::Build().Composite().Trait("Is", u"T").Property("a", 1u)
+        .Property("sub").Composite().Property("n").Value(std::int32_t{1}).Trait("Unit", u"s").End().End()
+        .Done();
     const Case cases[] = {
         {"kinds at the root", Factory.CreateDWord(1), 0xfa0011,
          u"POR: Cannot assign units of different types.",
          u"POR: There is a mismatch in object internal structure. Expected object type is 'composite', "
-         u"actual "
-         u"object type is 'dword'."},
+         u"actual object type is 'dword'."},
         {"dword onto sdword",
          Util::Build().Composite().Property("a", 2u).Property("sub").Composite().Property("n", 2u).Done(),
          0xfa0011, u"POR: Cannot assign units of different types.",
@@ -103,18 +81,12 @@ TEST(AssignTest, FailuresNameTheCauseAndChangeNothing)
         {"trait the target lacks", Util::Build().Composite().Trait("Is", u"Other").Done(), 0xfa0012,
          u"POR: Cannot assign units with different traits.", u"POR: Trait 'Is' cannot be found."},
         {"nested trait value differs",
-         Util::Build()
-             .Composite()
-             .Property("a", 2u)
-             .Property("sub")
-             .Composite()
-             .Property("n")
-             .Value(std::int32_t{2})
-             .Trait("Unit", u"m")
-             .Done(),
+         Util::Build().Composite().Property("a", 2u).Property("sub").Composite()
+             .Property("n").Value(std::int32_t{2}).Trait("Unit", u"m").Done(),
          0xfa0012, u"POR: Cannot assign units with different traits.",
          u"POR: Trait 'Unit' cannot be found at '.sub.n'."},
     };
+    // clang-format on
     const UnitPtr before = Util::Copy(*target, Factory);
     for (const Case& test : cases)
     {

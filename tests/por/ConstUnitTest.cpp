@@ -1,5 +1,6 @@
 #include "por/ConstUnit.h"
 
+#include "TestUnits.h"
 #include "common/Error.h"
 #include "common/Trace.h"
 #include "por/Compare.h"
@@ -17,40 +18,18 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 // { "a.b": 1, a: { b: 2 } ^Is "T", Items: [10, 20], Text: "x" }
 UnitPtr Sample()
 {
-    return Util::Build()
-        .Composite()
-        .Property("a.b", 1u)
-        .Property("a")
-        .Composite()
-        .Trait("Is", u"T")
-        .Property("b", 2u)
-        .End()
-        .Property("Items")
-        .Array()
-        .Element(10u)
-        .Element(20u)
-        .End()
+    // clang-format off
+    return Util::Build().Composite().Property("a.b", 1u)
+        .Property("a").Composite().Trait("Is", u"T").Property("b", 2u).End()
+        .Property("Items").Array().Element(10u).Element(20u).End()
         .Property("Text", u"x")
         .Done();
+    // clang-format on
 }
 
 TEST(SafeUnitHolderTest, EmptyHolderThrowsACodeWithoutText)
@@ -64,7 +43,7 @@ TEST(SafeUnitHolderTest, EmptyHolderThrowsACodeWithoutText)
     EXPECT_EQ(Failure([&] { held.Validate(); }).GetCode(), 0u);
 }
 
-TEST(DataAccessorTest, IndexingBuildsPathsResolvedAtUse)
+TEST(DataAccessorTest, IndexingBuildsPathsResolvedAtUseAndEqualityComparesUnits)
 {
     const UnitPtr root = Sample();
     const Util::ConstDataAccessor accessor(root.get());
@@ -75,22 +54,18 @@ TEST(DataAccessorTest, IndexingBuildsPathsResolvedAtUse)
     EXPECT_FALSE(accessor["Items"][2].IsValid());
     EXPECT_FALSE(accessor["Text"].Trait("Is").IsValid());
 
+    // Equal when both are invalid, or both valid with equal units.
+    const UnitPtr other = Sample();
+    const Util::ConstDataAccessor same(other.get());
+    EXPECT_TRUE(accessor["Items"] == same["Items"]);
+    EXPECT_TRUE(accessor["missing"] == Util::ConstDataAccessor());
+    EXPECT_FALSE(accessor["Items"] == same["missing"]);
+    EXPECT_FALSE(accessor["a"]["b"] == same["a.b"]);
+    EXPECT_FALSE(accessor["a"] == same["a"]["b"]);
+
     Util::DataAccessor writable(root.get());
     Util::SetValue(writable["a"]["b"].Get(), 5u);
     EXPECT_EQ(accessor["a"]["b"].As<std::uint32_t>(), 5u);
-}
-
-TEST(DataAccessorTest, EqualWhenBothInvalidOrBothValidAndUnitEqual)
-{
-    const UnitPtr left = Sample();
-    const UnitPtr right = Sample();
-    const Util::ConstDataAccessor a(left.get());
-    const Util::ConstDataAccessor b(right.get());
-    EXPECT_TRUE(a["Items"] == b["Items"]);
-    EXPECT_TRUE(a["missing"] == Util::ConstDataAccessor());
-    EXPECT_FALSE(a["Items"] == b["missing"]);
-    EXPECT_FALSE(a["a"]["b"] == b["a.b"]);
-    EXPECT_FALSE(a["a"] == b["a"]["b"]);
 }
 
 std::vector<std::u16string> Traced;
@@ -119,7 +94,7 @@ TEST(DataAccessorTest, MissingElementsThrowAndTraceWhatWasThere)
     EXPECT_EQ(writable.GetMessage(), u"POR: The array element cannot be found.");
 }
 
-TEST(ConstUnitTest, NamesArePropertiesAndDottedTextsArePaths)
+TEST(ConstUnitTest, NamesArePropertiesDottedTextsArePathsAndMissingNodesPrintEmpty)
 {
     const ConstUnit unit(Sample());
     EXPECT_EQ(unit["a.b"].As<std::uint32_t>(), 1u);
@@ -132,6 +107,13 @@ TEST(ConstUnitTest, NamesArePropertiesAndDottedTextsArePaths)
     EXPECT_EQ(unit["Items"].Size(), 2u);
     EXPECT_EQ(unit["missing"].AsOr<std::uint32_t>(9), 9u);
     EXPECT_EQ(unit["a"]["b"].GetPath(), u".a.b");
+
+    std::ostringstream missing;
+    missing << unit["none"];
+    EXPECT_EQ(missing.str(), "empty");
+    std::ostringstream present;
+    present << unit["Text"];
+    EXPECT_NE(present.str().find("x"), std::string::npos);
 }
 
 TEST(ConstUnitTest, ErrorsNameThePath)
@@ -171,17 +153,6 @@ TEST(ConstUnitTest, IteratorsYieldEachPropertyInNameOrder)
     EXPECT_EQ(paths, (std::vector<std::u16string>{u".Items", u".Text", u".a", u".a&d;b"})); // strcmp order
     EXPECT_EQ(unit["a"].begin().GetName(), "b");
     EXPECT_EQ((*unit["a"].begin()).As<std::uint32_t>(), 2u);
-}
-
-TEST(ConstUnitTest, PrintsTheNodeOrEmpty)
-{
-    const ConstUnit unit(Sample());
-    std::ostringstream missing;
-    missing << unit["none"];
-    EXPECT_EQ(missing.str(), "empty");
-    std::ostringstream present;
-    present << unit["Text"];
-    EXPECT_NE(present.str().find("x"), std::string::npos);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "por/Path.h"
 
+#include "TestUnits.h"
 #include "por/Compare.h"
 #include "por/PathWalkers.h"
 #include "por/TraitPathEnumerator.h"
@@ -18,21 +19,7 @@ namespace
 {
 
 using namespace Por;
-const Construction::UnitFactory& Factory = GetUnitFactory();
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
+using namespace Por::Testing;
 
 struct Recorder final : Util::PathWalker
 {
@@ -180,7 +167,8 @@ TEST(PutUnitInLocationTest, ExCreatesMissingLevelsAndReplacesOnlyTheLast)
 {
     // clang-format off
     const UnitPtr root = Util::Build().Composite()
-        .Property("a").Composite().Property("keep", 1u).Property("b").Composite().Property("old", 1u).End().End()
+        .Property("a").Composite().Property("keep", 1u).Property("b").Composite().Property("old", 1u).End()
+        .End()
         .Property("s", 5u)
         .Done();
     const UnitPtr source = Factory.CreateString(u"new");
