@@ -20,6 +20,7 @@ namespace
 {
 
 using namespace Async::ErrorCodes;
+using AsyncTesting::CountingAction;
 using AsyncTesting::ManualAction;
 using AsyncTesting::ResultRecorder;
 using Common::Error;
@@ -32,20 +33,6 @@ Error Fail(const Error& subError = Error())
     error.SetSubError(subError);
     return error;
 }
-
-// Completes inside Perform; from run FailAt on with Result.
-struct CountingAction final : Async::Action
-{
-    explicit CountingAction(int failAt = 0, Error result = Error()) : FailAt(failAt), Result(result) {}
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-    {
-        handler.Completed(++Runs >= FailAt && FailAt > 0 ? Result : Error());
-        return nullptr;
-    }
-    int Runs = 0;
-    int FailAt;
-    Error Result;
-};
 
 // Hands the result to a waiting thread, from any thread.
 struct Waiter final : Async::ActionHandler

@@ -10,6 +10,7 @@
 namespace
 {
 
+using AsyncTesting::CountingAction;
 using AsyncTesting::ManualAction;
 using AsyncTesting::ResultRecorder;
 
@@ -19,20 +20,6 @@ Common::Error Failure()
 {
     return Common::Error(COMMON_LOCATION("CyclicRunnerTest"), FailureCode);
 }
-
-// Completes inside Perform: success for the first `successes` rounds, then a failure.
-class CountingAction final : public Async::Action
-{
-public:
-    explicit CountingAction(std::uint64_t successes) : Successes(successes) {}
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-    {
-        handler.Completed(Rounds++ < Successes ? Common::Success : Failure());
-        return nullptr;
-    }
-    const std::uint64_t Successes;
-    std::uint64_t Rounds = 0;
-};
 
 struct Cycle
 {
@@ -48,10 +35,10 @@ struct Cycle
 
 TEST(CyclicRunnerTest, SynchronousRoundsLoopWithAFlatStackUntilOneFails)
 {
-    constexpr std::uint64_t Successes = 1000000;
-    auto action = std::make_shared<CountingAction>(Successes);
+    constexpr int Successes = 1000000;
+    auto action = std::make_shared<CountingAction>(Successes + 1, Failure());
     Cycle cycle(action);
-    EXPECT_EQ(action->Rounds, Successes + 1);
+    EXPECT_EQ(action->Runs, Successes + 1);
     ASSERT_EQ(cycle.Result.GetCalls(), 1);
     EXPECT_TRUE(Async::Errors::HasCode(cycle.Result.Result, FailureCode));
 }

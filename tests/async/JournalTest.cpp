@@ -13,22 +13,12 @@ namespace
 {
 
 using namespace Async::ErrorCodes;
+using AsyncTesting::CountingAction;
 using AsyncTesting::ManualAction;
 using AsyncTesting::ResultRecorder;
 using Common::Error;
 
 constexpr std::uint32_t Failure = 0x00F95801;
-
-struct CountingAction final : Async::Action
-{
-    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
-    {
-        ++Runs;
-        handler.Completed(Error());
-        return nullptr;
-    }
-    int Runs = 0;
-};
 
 Async::Condition RunsBelow(const std::shared_ptr<CountingAction>& action, int limit)
 {

@@ -1,6 +1,7 @@
 // Test actions of the job runtime driven by hand: a ManualAction keeps the handler of its last Perform
 // until the test (any thread) completes it, exactly once; its job records cancels and completes with
-// 0x00F90002 unless told to ignore them. A ResultRecorder counts the completions it gets.
+// 0x00F90002 unless told to ignore them. A CountingAction completes inside Perform. A ResultRecorder
+// counts the completions it gets.
 #pragma once
 
 #include "async/Action.h"
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace AsyncTesting
 {
@@ -26,6 +28,23 @@ public:
     Common::Error Result; // read after GetCalls() saw the call
 private:
     std::atomic<int> Calls{0};
+};
+
+// Counts its runs; completes each with success, or from run FailAt on with Result.
+struct CountingAction final : Async::Action
+{
+    explicit CountingAction(int failAt = 0, Common::Error result = Common::Error())
+        : FailAt(failAt), Result(std::move(result))
+    {
+    }
+    std::shared_ptr<Async::Job> Perform(Async::ActionHandler& handler) override
+    {
+        handler.Completed(++Runs >= FailAt && FailAt > 0 ? Result : Common::Success);
+        return nullptr;
+    }
+    int Runs = 0;
+    const int FailAt;
+    const Common::Error Result;
 };
 
 class ManualAction final : public Async::Action
