@@ -57,29 +57,7 @@ TEST(LogRecordTest, TextHasTagsMessageAndValuesOnOneLineOrOnePairPerLine)
     }
 }
 
-TEST(LogRecordTest, ForgottenRecordLogsItselfOnceFlaggedAtLevelThree)
-{
-    LogCapture capture;
-    {
-        LogRecord moved = MakeRecord({"alerts"}, "lost", {{"id", "42"}});
-        LogRecord record(std::move(moved)); // the moved-from record must stay silent
-    }
-
-    const std::vector<std::string> lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 1u);
-    const std::string& line = lines[0];
-    const std::string file = "src/common/LogRecord.cpp:";
-    const std::size_t fileAt = line.find(" - " + file);
-    ASSERT_NE(fileAt, std::string::npos) << line;
-    const unsigned siteLine = static_cast<unsigned>(std::stoul(line.substr(fileAt + 3 + file.size())));
-    char tag[17];
-    std::snprintf(tag, sizeof tag, "%016" PRIX64,
-                  Platform::ComputeLineTag("src/common/LogRecord.cpp", siteLine));
-    EXPECT_EQ(line, "3 " + std::string(tag) + " - " + file + std::to_string(siteLine) +
-                        " StructuredLogs::LogRecord::~LogRecord: [alerts] [ForgottenLog] msg: lost, id: 42");
-}
-
-TEST(LogRecordTest, LoggedRecordIsWrittenVerbatimAndNotAgainAtDestruction)
+TEST(LogRecordTest, LoggedRecordIsWrittenVerbatimOnceAndAForgottenOneLogsItselfFlaggedAtLevelThree)
 {
     LogCapture capture;
     const Common::ErrorLocation site = COMMON_LOCATION("Alerts::Inspector::Start");
@@ -91,11 +69,25 @@ TEST(LogRecordTest, LoggedRecordIsWrittenVerbatimAndNotAgainAtDestruction)
         LogRecord record("shown");
         record.ToText(); // whoever took the text logged it
     }
+    {
+        LogRecord moved = MakeRecord({"alerts"}, "lost", {{"id", "42"}});
+        LogRecord record(std::move(moved)); // the moved-from record must stay silent
+    }
 
     const std::vector<std::string> lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 1u);
+    ASSERT_EQ(lines.size(), 2u);
     EXPECT_NE(lines[0].find(" Alerts::Inspector::Start: msg: 100% done %s"), std::string::npos) << lines[0];
     EXPECT_EQ(lines[0].rfind("4 ", 0), 0u);
+    const std::string& line = lines[1];
+    const std::string file = "src/common/LogRecord.cpp:";
+    const std::size_t fileAt = line.find(" - " + file);
+    ASSERT_NE(fileAt, std::string::npos) << line;
+    const unsigned siteLine = static_cast<unsigned>(std::stoul(line.substr(fileAt + 3 + file.size())));
+    char tag[17];
+    std::snprintf(tag, sizeof tag, "%016" PRIX64,
+                  Platform::ComputeLineTag("src/common/LogRecord.cpp", siteLine));
+    EXPECT_EQ(line, "3 " + std::string(tag) + " - " + file + std::to_string(siteLine) +
+                        " StructuredLogs::LogRecord::~LogRecord: [alerts] [ForgottenLog] msg: lost, id: 42");
 }
 
 } // namespace

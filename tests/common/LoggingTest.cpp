@@ -51,19 +51,14 @@ TEST(LoggingLibraryTest, LogWithTagWritesLevelTagChannelSiteAndFormattedText)
                   "1 0000000000000000 - -:0 -: " + longText + "!"}));
 }
 
-TEST(LoggingLibraryTest, LogBufferWritesExactlyTheGivenBytes)
+TEST(LoggingLibraryTest, LogBufferWritesExactlyTheGivenBytesOnAContextInternedByName)
 {
     LogCapture capture;
-
     Logging_LogBuffer(Logging_GetContext("alerts"), 3, "abcdef", 3);
     Logging_LogBuffer(nullptr, 4, "caf\xC3\xA9", 5);
-
     EXPECT_EQ(capture.Text(), "3 0000000000000000 alerts -:0 -: abc\n"
                               "4 0000000000000000 - -:0 -: caf\xC3\xA9\n");
-}
 
-TEST(LoggingLibraryTest, ContextsAreInternedByName)
-{
     EXPECT_EQ(Logging_GetContext("alerts"), Logging_GetContext("alerts"));
     EXPECT_NE(Logging_GetContext("alerts"), Logging_GetContext("other"));
     EXPECT_EQ(Logging_GetContext(""), nullptr);

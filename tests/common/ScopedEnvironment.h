@@ -24,17 +24,7 @@ public:
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
     // A null value removes the variable.
-    void Set(const char* value) const
-    {
-        if (value != nullptr)
-        {
-            setenv(Name, value, 1);
-        }
-        else
-        {
-            unsetenv(Name);
-        }
-    }
+    void Set(const char* value) const { value != nullptr ? setenv(Name, value, 1) : unsetenv(Name); }
 
 private:
     const char* Name;
