@@ -4,12 +4,16 @@
 #include "por/BaseObject.h"
 #include "por/Compare.h"
 #include "por/ConstUnit.h"
+#include "por/Diff.h"
 #include "por/DiffMarks.h"
+#include "por/StateArithmetic.h"
 #include "por/UnitPrinter.h"
 #include "por/UpdateBuilder.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <optional>
 
 namespace
@@ -19,13 +23,65 @@ using namespace Por;
 using namespace Por::Testing;
 namespace Marks = DiffMarks;
 
-// The value of a trait diff of "Tag"; no value stands for the side without the pair.
+// The value of a trait diff; null stands for the side without the pair.
+UnitPtr TraitDiff(UnitPtr previous, UnitPtr next)
+{
+    return Mark(Composite({{"PreviousValue", previous != nullptr ? previous : Mark(Nil(), {Marks::Added})},
+                           {"NewValue", next != nullptr ? next : Mark(Nil(), {Marks::Removed})}}),
+                {Marks::FullDiff});
+}
+
+// A "Tag" trait diff on `unit`; no value stands for the side without the pair.
 UnitPtr TagDiff(UnitPtr unit, std::optional<std::uint32_t> previous, std::optional<std::uint32_t> next)
 {
-    return Trait(unit, "Tag",
-                 Mark(Composite({{"PreviousValue", previous ? U(*previous) : Mark(Nil(), {Marks::Added})},
-                                 {"NewValue", next ? U(*next) : Mark(Nil(), {Marks::Removed})}}),
-                      {Marks::FullDiff}));
+    return Trait(unit, "Tag", TraitDiff(previous ? U(*previous) : nullptr, next ? U(*next) : nullptr));
+}
+
+TEST(DiffTest, ShapesOfTheDiff)
+{
+    const struct
+    {
+        const char* Name;
+        UnitPtr Left;
+        UnitPtr Right;
+        UnitPtr Expected;
+    } cases[] = {
+        {"composite: changed, removed and added properties",
+         Composite({{"a", U(1u)}, {"b", U(2u)}, {"c", U(3u)}}),
+         Composite({{"a", U(1u)}, {"b", U(5u)}, {"d", U(4u)}}),
+         Mark(Composite(
+                  {{"b", U(5u)}, {"c", Mark(Nil(), {Marks::Removed})}, {"d", Mark(U(4u), {Marks::Added})}}),
+              {Marks::PackedDiff})},
+        {"a changed trait value is one pair removed and one added",
+         Trait(Trait(Nil(), "Tag", U(1u)), "Is", U(u"x")), Trait(Trait(Nil(), "Tag", U(2u)), "Is", U(u"x")),
+         Trait(Trait(Mark(Composite({}), {Marks::TraitsOnlyDiff, Marks::PackedDiff}), "Tag",
+                     TraitDiff(U(1u), nullptr)),
+               "Tag", TraitDiff(nullptr, U(2u)))},
+        {"a changed array is copied whole with the right unit's traits", Trait(Array({U(1u)}), "Is", U(u"x")),
+         Trait(Array({U(1u), U(2u)}), "Is", U(u"y")),
+         Mark(Trait(Array({U(1u), U(2u)}), "Is", U(u"y")),
+              {Marks::FullElementCopy, Marks::FixedTraitedFullCopy, Marks::PackedDiff})},
+        {"a change of kind is the right value; equal traits stay out", Trait(U(1u), "Is", U(u"x")),
+         Trait(U(u"1"), "Is", U(u"x")), Mark(U(u"1"), {Marks::PackedDiff})},
+        {"a changed value with a trait gone", Trait(U(1.5), "Tag", Nil()), U(2.5),
+         Trait(Mark(U(2.5), {Marks::PackedDiff}), "Tag", TraitDiff(Nil(), nullptr))},
+        {"equal units", Trait(Composite({{"a", U(u"s")}}), "Is", U(u"x")),
+         Trait(Composite({{"a", U(u"s")}}), "Is", U(u"x")),
+         Mark(Nil(), {Marks::EmptyDiff, Marks::PackedDiff})},
+    };
+    for (const auto& test : cases)
+    {
+        const UnitPtr diff = Util::Diff(*test.Left, *test.Right, Factory);
+        EXPECT_TRUE(UnitEqual(*diff, *test.Expected)) << test.Name << "\n" << Util::UnitToString(*diff);
+        EXPECT_TRUE(UnitEqual(*Util::Merge(*test.Left, *diff, Factory), *test.Right)) << test.Name;
+    }
+}
+
+TEST(DiffTest, AFullCopyDiffReplacesTheValueAndKeepsTheTargetsTraits)
+{
+    const UnitPtr diff = Util::MakeFullCopyDiff(*Trait(Array({U(7u)}), "Is", U(u"y")), Factory);
+    const UnitPtr merged = Util::Merge(*Trait(Composite({{"a", U(1u)}}), "Is", U(u"x")), *diff, Factory);
+    EXPECT_TRUE(UnitEqual(*merged, *Trait(Trait(Array({U(7u)}), "Is", U(u"x")), "Is", U(u"y"))));
 }
 
 TEST(MergeTest, ArrayDiffRemovesByValueAndPutsAddedElementsFirst)
@@ -147,6 +203,67 @@ TEST(MergeTest, UpdateBuilderWritesOperationsAdditionsAndRemovals)
                                                        {"name", U(u"x")},
                                                        {"old", U(true)},
                                                        {"list", Array({U(1u), U(2u), U(3u)})}})));
+}
+
+TEST(StateArithmeticTest, MachineArithmeticOnTheKindsOwnWidth)
+{
+    using Util::StateOperation;
+    struct Case
+    {
+        const char* Name;
+        StateOperation Operation;
+        UnitPtr Target;
+        UnitPtr Operand;
+        UnitPtr Expected; // null: the pair is refused
+    };
+    const Case cases[] = {
+        {"byte wraps up", StateOperation::Increment, Factory.CreateByte(255), Factory.CreateByte(1),
+         Factory.CreateByte(0)},
+        {"qword wraps down", StateOperation::Decrement, Factory.CreateQWord(0), Factory.CreateQWord(1),
+         Factory.CreateQWord(std::numeric_limits<std::uint64_t>::max())},
+        {"sbyte wraps to its minimum", StateOperation::Increment, Factory.CreateSByte(127),
+         Factory.CreateSByte(1), Factory.CreateSByte(-128)},
+        {"sqword wraps below its minimum", StateOperation::Decrement,
+         Factory.CreateSQWord(std::numeric_limits<std::int64_t>::min()), Factory.CreateSQWord(1),
+         Factory.CreateSQWord(std::numeric_limits<std::int64_t>::max())},
+        {"sword adds a negative operand", StateOperation::Increment, Factory.CreateSWord(5),
+         Factory.CreateSWord(-7), Factory.CreateSWord(-2)},
+        {"word and", StateOperation::BitwiseAnd, Factory.CreateWord(0xf0f0), Factory.CreateWord(0x0ff0),
+         Factory.CreateWord(0x00f0)},
+        {"sdword or", StateOperation::BitwiseOr, Factory.CreateSDWord(-16), Factory.CreateSDWord(3),
+         Factory.CreateSDWord(-13)},
+        {"double subtracts", StateOperation::Decrement, Factory.CreateDouble(1.5), Factory.CreateDouble(2.25),
+         Factory.CreateDouble(-0.75)},
+        {"dword with an sdword operand", StateOperation::Increment, Factory.CreateDWord(1),
+         Factory.CreateSDWord(1), nullptr},
+        {"word with a dword operand", StateOperation::BitwiseOr, Factory.CreateWord(1),
+         Factory.CreateDWord(1), nullptr},
+        {"or on double", StateOperation::BitwiseOr, Factory.CreateDouble(1), Factory.CreateDouble(2),
+         nullptr},
+        {"increment on boolean", StateOperation::Increment, Factory.CreateBoolean(false),
+         Factory.CreateBoolean(true), nullptr},
+        {"increment on string", StateOperation::Increment, Factory.CreateString(u"a"),
+         Factory.CreateString(u"b"), nullptr},
+        {"and on nil", StateOperation::BitwiseAnd, Factory.CreateNil(), Factory.CreateNil(), nullptr},
+    };
+    for (const Case& test : cases)
+    {
+        const UnitPtr before = Util::Copy(*test.Target, Factory);
+        try
+        {
+            Util::ApplyStateOperation(test.Operation, *test.Target, *test.Operand);
+            ASSERT_NE(test.Expected, nullptr) << test.Name << " was not refused";
+            EXPECT_TRUE(UnitEqual(*test.Target, *test.Expected))
+                << test.Name << ": " << Util::UnitToString(*test.Target);
+        }
+        catch (const Common::Error& error)
+        {
+            EXPECT_EQ(test.Expected, nullptr) << test.Name;
+            EXPECT_EQ(error.GetCode(), 0xfa000cu) << test.Name;
+            EXPECT_EQ(error.GetMessage(), u"POR: Failed to merge object update.") << test.Name;
+            EXPECT_TRUE(UnitEqual(*test.Target, *before)) << test.Name;
+        }
+    }
 }
 
 } // namespace
