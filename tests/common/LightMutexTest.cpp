@@ -17,22 +17,12 @@ using namespace std::chrono_literals;
 TEST(LightMutexTest, RecursionByOneThreadCreatesNoEvent)
 {
     LightMutex mutex;
-    mutex.Lock();
-    mutex.Lock();
-    mutex.Lock();
-    mutex.Unlock();
-    mutex.Unlock();
-    mutex.Unlock();
+    {
+        Common::LightMutexLock first(mutex), second(mutex), third(mutex);
+    }
     EXPECT_FALSE(mutex.HasEvent());
-
     // Taken in turn by another thread, still without contention.
-    std::thread(
-        [&]
-        {
-            Common::LightMutexLock outer(mutex);
-            Common::LightMutexLock inner(mutex);
-        })
-        .join();
+    std::thread([&] { Common::LightMutexLock outer(mutex), inner(mutex); }).join();
     EXPECT_FALSE(mutex.HasEvent());
 }
 

@@ -193,7 +193,6 @@ TEST_F(TraceTest, ThresholdForcedSinksAndDisabledOutputDecideWhoSeesAMessage)
     Calls.clear();
     Common::SetTraceThreshold(1);
     Common::SetDefaultOutputDisabled(true);
-    EXPECT_TRUE(Common::IsDefaultOutputDisabled());
     Common::TraceText(1, 0, 3, u"quiet");
     EXPECT_EQ(Take(Out), "");
     EXPECT_EQ(Calls, (Strings{"plain 1 0.3 quiet", "forced 1 0.3 quiet", "stub 1 0.3 quiet"}));
@@ -203,29 +202,24 @@ TEST_F(TraceTest, ThresholdForcedSinksAndDisabledOutputDecideWhoSeesAMessage)
     Common::UnregisterTraceLogic(&plain);
 }
 
-TEST_F(TraceTest, StubFallsBackToItsTextFunction)
+// A stub without file or error function gets those traces as text; a context stub gets the caller's context.
+TEST_F(TraceTest, StubsFallBackToTheirTextFunctionAndTheBasesContextFormsReachThePlainForms)
 {
     Common::SetDefaultOutputDisabled(true);
     const Common::TraceFunctions textOnly{StubText, nullptr, nullptr};
     Common::RegisterTrace(textOnly);
-
     Common::TraceError(4, Error(COMMON_LOCATION("Test"), 0x011A0012, u"read failed"));
     Common::TraceFile(3, 0x11A, 0x10, u"in file", "a.cpp", 7);
-    EXPECT_EQ(Calls, (Strings{"stub 4 11A.12 read failed", "stub 3 11A.10 in file"}));
-
     // Registering the same text function again completes the stub.
-    Calls.clear();
     const Common::TraceFunctions complete{StubText, StubFile, StubError};
     Common::RegisterTrace(complete);
     Common::TraceError(4, Error(COMMON_LOCATION("Test"), 0x011A0012, u"read failed"));
     Common::TraceFile(3, 0x11A, 0x10, u"in file", "a.cpp", 7);
     Common::UnregisterTrace(complete);
-    EXPECT_EQ(Calls, (Strings{"stub-error 4 11A0012.0 read failed", "stub-file 3 11A.10 in file @a.cpp:7"}));
-}
+    EXPECT_EQ(Calls, (Strings{"stub 4 11A.12 read failed", "stub 3 11A.10 in file",
+                              "stub-error 4 11A0012.0 read failed", "stub-file 3 11A.10 in file @a.cpp:7"}));
 
-TEST_F(TraceTest, ContextStubGetsTheCallersContextOrNullAndTheBasesContextFormsReachThePlainForms)
-{
-    Common::SetDefaultOutputDisabled(true);
+    Calls.clear();
     Logging_Context* channel = Logging_GetContext("alerts");
     const Common::ContextTraceFunctions stub{ContextStubText, nullptr, nullptr};
     Common::RegisterTrace(stub);
