@@ -134,15 +134,4 @@ TEST(AlertErrorsTest, CompletionCodesAreFoundAnywhereInTheChain)
     EXPECT_FALSE(Alerts::IsCanceledDueClosedBackupWindow(Common::Error(at, 0x01350052)));
 }
 
-TEST(AlertErrorsTest, MachineAlertErrorsCarryTheirCodesAndTexts)
-{
-    const Common::Error password = Alerts::MakeEncryptionPasswordMissingError();
-    EXPECT_EQ(password.GetCode(), 0x011A003Du);
-    EXPECT_EQ(password.GetMessage(), u"The device doesn't have an encryption password specified");
-    const Common::Error info = Alerts::MakeIncompleteMachineInfoError();
-    EXPECT_EQ(info.GetCode(), 0x011A0041u);
-    EXPECT_EQ(info.GetMessage(),
-              u"Machine info is not complete. It could be caused by a failure of WMI service.");
-}
-
 } // namespace

@@ -3,7 +3,6 @@
 #include "TimingTesting.h"
 #include "access/contract/CredentialScopes.h"
 #include "access/contract/SystemProfileId.h"
-#include "alerts/AlertErrors.h"
 #include "alerts/AlertGuids.h"
 #include "alerts/AlertIdentity.h"
 #include "alerts/inspectors/InspectorFactories.h"
@@ -67,7 +66,7 @@ TEST_F(MachineInspectorTest, IncompleteMachineInfoFollowsTheRecordsOsError)
     EXPECT_EQ(meta["MachineID"].As<Common::Guid>(), MachineId);
     EXPECT_EQ(meta["InstanceID"].As<Common::Guid>(), Id(7));
     EXPECT_EQ(meta["MachineName"].As<Common::WideString>(), u"machine-1");
-    EXPECT_EQ(meta["Error"].As<Common::Error>().GetCode(), Alerts::ErrorCodes::IncompleteMachineInfo);
+    EXPECT_EQ(meta["Error"].As<Common::Error>().GetCode(), 0x011A0041u);
     EXPECT_EQ(meta["Error"].As<Common::Error>().GetMessage(),
               u"Machine info is not complete. It could be caused by a failure of WMI service.");
 
@@ -144,7 +143,7 @@ TEST_F(EncryptionPasswordTest, TheAlertRepeatsAtEachCheckUntilThePasswordIsSet)
     ASSERT_EQ(RecordingListener::Lines(calls), Lines{Active});
     const Por::ConstUnit meta(calls[0].Meta);
     EXPECT_EQ(meta["MachineID"].As<Common::Guid>(), MachineId);
-    EXPECT_EQ(meta["Error"].As<Common::Error>().GetCode(), Alerts::ErrorCodes::EncryptionPasswordMissing);
+    EXPECT_EQ(meta["Error"].As<Common::Error>().GetCode(), 0x011A003Du);
     EXPECT_EQ(meta["Error"].As<Common::Error>().GetMessage(),
               u"The device doesn't have an encryption password specified");
 
