@@ -93,7 +93,7 @@ TEST(TraitDecoratorTest, SievesShowWhatTheyLetThrough)
     EXPECT_TRUE(Shows(excluded, Util::Build().Composite().Trait("Mark", nullptr).Property("p", 1u).Done()));
 }
 
-TEST(TraitDecoratorTest, AddedTraitTakesItsSortedPlace)
+TEST(TraitDecoratorTest, AddedTraitTakesItsSortedPlaceAndStopsWhereAsked)
 {
     const UnitPtr unit = Tagged();
     const UnitPtr value = Factory.CreateString(u"C");
@@ -135,11 +135,7 @@ TEST(TraitDecoratorTest, AddedTraitTakesItsSortedPlace)
         check(withNil, test.WithNil, *Factory.CreateNil());
         check(withValue, test.WithValue, *value);
     }
-}
-
-TEST(TraitDecoratorTest, StoppingInsideAnExpandedEnumerationStops)
-{
-    const UnitPtr unit = Tagged();
+    // Stopping inside an enumeration with the added trait stops there.
     for (int stopAt = 1; stopAt <= 4; ++stopAt)
     {
         const AddNilTraitUnit view(*unit, "J");
@@ -207,7 +203,7 @@ UnitPtr Letters()
 }
 // clang-format on
 
-TEST(PropertyDecoratorTest, RemovedPropertyIsGoneFromEveryReadingForm)
+TEST(PropertyDecoratorTest, RemovedPropertiesAreGoneFromEveryReadingForm)
 {
     const UnitPtr unit = Letters();
     struct Case
@@ -227,6 +223,12 @@ TEST(PropertyDecoratorTest, RemovedPropertyIsGoneFromEveryReadingForm)
     }
     const UnitPtr four = Factory.CreateDWord(4);
     EXPECT_EQ(Util::GetValue<std::uint32_t>(PropertyRemovingUnitDecorator(*four, "b")), 4u);
+
+    // Without any property only the traits are left.
+    const PropertyLessUnit bare(*unit);
+    EXPECT_TRUE(Enumerated(bare).empty());
+    EXPECT_TRUE(Shows(bare, Util::Build().Composite().Trait("Is", u"L").Done()));
+    EXPECT_FALSE(Util::GetComposite(bare).GetIterator()->IsValid());
 }
 
 TEST(PropertyDecoratorTest, ReplacementTakesItsSortedPlace)
@@ -261,15 +263,6 @@ TEST(PropertyDecoratorTest, ReplacementTakesItsSortedPlace)
         Util::GetComposite(replaced).ForEach(count);
         EXPECT_EQ(seen, stopAt);
     }
-}
-
-TEST(PropertyDecoratorTest, PropertyLessUnitKeepsTheTraitsOnly)
-{
-    const UnitPtr unit = Letters();
-    const PropertyLessUnit bare(*unit);
-    EXPECT_TRUE(Enumerated(bare).empty());
-    EXPECT_TRUE(Shows(bare, Util::Build().Composite().Trait("Is", u"L").Done()));
-    EXPECT_FALSE(Util::GetComposite(bare).GetIterator()->IsValid());
 }
 
 TEST(MaskingUnitTest, ShowsWhatTheMaskNames)

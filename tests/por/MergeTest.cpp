@@ -198,11 +198,9 @@ TEST(MergeTest, UpdateBuilderWritesOperationsAdditionsAndRemovals)
     // In place, through a plain object: values change, the shape does not.
     BaseObject object(Util::Copy(*target, Factory));
     object.Merge(*UpdateBuilder().Increment(u".count", 1u).Remove(u".old").Result());
-    EXPECT_TRUE(UnitEqual(object.Branch(), *Composite({{"count", U(6u)},
-                                                       {"flags", U(std::uint16_t{0x0f})},
-                                                       {"name", U(u"x")},
-                                                       {"old", U(true)},
-                                                       {"list", Array({U(1u), U(2u), U(3u)})}})));
+    const UnitPtr counted = Util::Copy(*target, Factory);
+    Util::SetValue<std::uint32_t>(Util::GetPropertyValue(*counted, "count"), 6u);
+    EXPECT_TRUE(UnitEqual(object.Branch(), *counted)) << Util::UnitToString(object.Branch());
 }
 
 TEST(StateArithmeticTest, MachineArithmeticOnTheKindsOwnWidth)
