@@ -33,15 +33,6 @@ Por::Unit Activity(std::uint32_t number, const char16_t* specific,
     return activity;
 }
 
-TEST(ActivityWalkerTest, ANonBusinessChildLeavesTheAlertToItsBusinessParent)
-{
-    Alerts::Util::ActivityWalker walker(Failed);
-    EXPECT_FALSE(walker.Process(Activity(1, nullptr, {{".Origin.ParentActivity", 2}}).Get()));
-    EXPECT_EQ(walker.GetRememberedCount(), 0u);
-    EXPECT_TRUE(walker.Process(Activity(2, u"Business", {{".Origin.ParentActivity", 3}}).Get()));
-    EXPECT_TRUE(walker.IsRemembered(Id(3)));
-}
-
 TEST(ActivityWalkerTest, TheMarkPassesUpTheChainWithoutASecondAlert)
 {
     Alerts::Util::ActivityWalker walker(Failed);
@@ -59,12 +50,16 @@ TEST(ActivityWalkerTest, TheMarkPassesUpTheChainWithoutASecondAlert)
     EXPECT_TRUE(walker.Process(Activity(4, u"Business").Get()));
 }
 
+// A non-business child leaves the alert to its business parent, which alerts and is not marked by it.
 TEST(ActivityWalkerTest, TwoFailingChildrenRememberTheirParentOnce)
 {
     Alerts::Util::ActivityWalker walker(Failed);
-    EXPECT_TRUE(walker.Process(Activity(1, u"Business", {{".Origin.ParentActivity", 9}}).Get()));
+    EXPECT_FALSE(walker.Process(Activity(1, nullptr, {{".Origin.ParentActivity", 2}}).Get()));
+    EXPECT_EQ(walker.GetRememberedCount(), 0u);
     EXPECT_TRUE(walker.Process(Activity(2, u"Business", {{".Origin.ParentActivity", 9}}).Get()));
+    EXPECT_TRUE(walker.Process(Activity(3, u"Business", {{".Origin.ParentActivity", 9}}).Get()));
     EXPECT_EQ(walker.GetRememberedCount(), 1u);
+    EXPECT_TRUE(walker.IsRemembered(Id(9)));
     EXPECT_FALSE(walker.Process(Activity(9, u"Business").Get()));
     EXPECT_EQ(walker.GetRememberedCount(), 0u);
 }
