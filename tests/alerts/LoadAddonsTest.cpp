@@ -59,8 +59,11 @@ protected:
     Core::LoadAddonsFunction Load = nullptr;
 };
 
-TEST_F(LoadAddonsTest, HandsFiveNewAddonsInFixedOrderOnEveryCallAndNoneToANullSink)
+// A null sink gets nothing; Configure of a loaded add-on sets this process's globals.
+TEST_F(LoadAddonsTest, HandsFiveNewAddonsInFixedOrderOnEveryCallWhoseConfigureSetsTheGlobals)
 {
+    Core::Detail::ResetAddonGlobalsForTesting();
+    Core::AddonLoaderProvider provider;
     Load(nullptr);
     RecordingSink first;
     Load(&first);
@@ -75,9 +78,13 @@ TEST_F(LoadAddonsTest, HandsFiveNewAddonsInFixedOrderOnEveryCallAndNoneToANullSi
         {
             EXPECT_EQ(addon->GetVersion(), 1u);
             distinct.insert(addon.get());
+            addon->Configure({&provider, 3});
         }
     }
     EXPECT_EQ(distinct.size(), 10u);
+    EXPECT_EQ(&Core::AddonLoaderProviderClient::GetGlobalInstance(), &provider);
+    EXPECT_EQ(Core::AddonLoaderProviderClient::GetGlobalTraceLevel(), 3u);
+    Core::Detail::ResetAddonGlobalsForTesting();
 }
 
 TEST_F(LoadAddonsTest, CastTableAnswersOnlyForTheFactoryTypeName)
@@ -171,21 +178,6 @@ TEST_F(LoadAddonsTest, EachFactoryMakesItsInspectorWithItsAlertTypes)
             EXPECT_EQ(inspector->GetAlertTypes(), expected.Expected);
         }
     }
-}
-
-TEST_F(LoadAddonsTest, ConfigureOfALoadedAddonSetsTheProcessGlobals)
-{
-    Core::Detail::ResetAddonGlobalsForTesting();
-    Core::AddonLoaderProvider provider;
-    RecordingSink sink;
-    Load(&sink);
-    for (const auto& addon : sink.Addons)
-    {
-        addon->Configure({&provider, 3});
-    }
-    EXPECT_EQ(&Core::AddonLoaderProviderClient::GetGlobalInstance(), &provider);
-    EXPECT_EQ(Core::AddonLoaderProviderClient::GetGlobalTraceLevel(), 3u);
-    Core::Detail::ResetAddonGlobalsForTesting();
 }
 
 // Appends its mark to a shared record, with the sink and what the sink held when it ran. Triggers stay
