@@ -3,6 +3,7 @@
 #include "AssertCapture.h"
 #include "ScopedEnvironment.h"
 #include "common/Clock.h"
+#include "common/VirtualClock.h"
 
 #include <gtest/gtest.h>
 
@@ -374,29 +375,19 @@ TEST(DateTimeTest, PairsCompareBySecondsThenNanosecondsAndDifferInWholeMilliseco
     EXPECT_EQ(At(7, 123456789).GetSubMillisecond(), 456789);
 }
 
-class FakeClock final : public Common::Clock
-{
-public:
-    std::uint32_t GetTickCount() override { return 0; }
-    Common::WallTime GetWallTime() override { return Wall; }
-
-    Common::WallTime Wall;
-};
-
 TEST(DateTimeTest, NowFollowsTheInstalledClock)
 {
-    FakeClock clock;
-    clock.Wall = {1719835200, 123456789};
+    Common::VirtualClock clock(0, Common::WallTime{1719835200, 123456789});
     Common::SetClock(&clock);
     const DateTime first = DateTime::Now(DateTimeKind::Utc);
-    clock.Wall = {1719835200 + 3600, 5};
+    clock.Advance(3600001);
     const DateTime second = DateTime::Now(DateTimeKind::Utc);
     const DateTime local = DateTime::Now(DateTimeKind::Local);
     Common::SetClock(nullptr);
 
     EXPECT_EQ(first.GetSeconds(), 1719835200);
     EXPECT_EQ(Describe(first), Describe(Utc({2024, 7, 1, 12, 0, 0, 123456789})));
-    EXPECT_EQ(second.Difference(first), 3600000 - 123);
+    EXPECT_EQ(second.Difference(first), 3600001);
     EXPECT_FALSE(local.IsUtc());
     EXPECT_EQ(local, second);
 }

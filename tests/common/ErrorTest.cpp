@@ -109,17 +109,13 @@ TEST(ErrorTest, CatalogTextIsPointedToWithOneAllocation)
 {
     SKIP_WITHOUT_ALLOCATION_HOOKS();
     const char16_t* text = Common::GetText(Common::Texts::ConvertFromUtf8Failed);
-    std::size_t allocations = 0;
-    std::size_t size = 0;
     Error error;
     {
         Testing::AllocationCounter counter;
         error = Error(COMMON_LOCATION("Test"), TestCode, Common::WideStringView(text));
-        allocations = counter.Count();
-        size = counter.LastSize();
+        EXPECT_EQ(counter.Count(), 1u);
+        EXPECT_EQ(counter.LastSize(), sizeof(Common::ErrorRecord));
     }
-    EXPECT_EQ(allocations, 1u);
-    EXPECT_EQ(size, sizeof(Common::ErrorRecord));
     EXPECT_EQ(Common::Detail::RecordText(HeadOf(error)), static_cast<const void*>(text));
     EXPECT_EQ(error.GetMessage(), WideString(text));
 
@@ -146,7 +142,7 @@ TEST(ErrorTest, CopiesShareTheChainAndLastReleaseFreesIt)
     EXPECT_EQ(moved.GetMessage(), u"first");
 }
 
-TEST(ErrorTest, SetSubErrorAndAddHResultReplaceTheCauseInPlaceWhenUnshared)
+TEST(ErrorTest, SetSubErrorAndAddHResultReplaceAnUnsharedCauseInPlaceAndCloneASharedHead)
 {
     // On success the cause becomes the error itself; the error itself as cause is a copy, not a cycle.
     const Error cause(COMMON_LOCATION("Test"), TestCode, u"cause");
@@ -171,21 +167,16 @@ TEST(ErrorTest, SetSubErrorAndAddHResultReplaceTheCauseInPlaceWhenUnshared)
     EXPECT_EQ(HeadOf(error), head);
     EXPECT_EQ(ChainLength(error), 2u);
     EXPECT_EQ(error.GetSubError().GetNumber("code"), 0x80070002u);
-}
 
-TEST(ErrorTest, SetSubErrorOnSharedHeadClonesAndLeavesTheOtherHandleAlone)
-{
-    Error error(COMMON_LOCATION("Test"), TestCode, u"head");
-    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 1, u"old cause"));
+    // A shared head is cloned and the other handle left alone.
     const Error other = error;
-
-    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 2, u"new cause"));
+    error.SetSubError(Error(COMMON_LOCATION("Test"), TestCode + 3, u"new cause"));
     EXPECT_NE(HeadOf(error), HeadOf(other));
     // The clone keeps its message, stored as an offset into its own block.
     EXPECT_LT(HeadOf(error)->Message, HeadOf(error)->Size);
     EXPECT_EQ(error.GetMessage(), u"head");
     EXPECT_EQ(error.GetSubError().GetMessage(), u"new cause");
-    EXPECT_EQ(other.GetSubError().GetMessage(), u"old cause");
+    EXPECT_EQ(other.GetSubError().GetNumber("code"), 0x80070002u);
     EXPECT_EQ(HeadOf(other)->RefCount.load(), 1u);
 }
 
@@ -220,7 +211,7 @@ TEST(ErrorTest, SystemValuesAreStoredByTheirRulesWithTheBuiltInTexts)
 }
 
 // The installed source answers every system value with SourceText and notes what it was asked.
-WideString SourceText = u"x";
+WideString SourceText;
 std::vector<std::pair<std::uint32_t, bool>> Asked;
 WideString AnswerSourceText(std::uint32_t status, bool ntStatus)
 {
@@ -231,6 +222,8 @@ WideString AnswerSourceText(std::uint32_t status, bool ntStatus)
 TEST(ErrorTest, SystemTextIsAskedWithoutTheNtMarkerAndLosesLineEndsAndAOneLineTextsFullStop)
 {
     const Common::SystemMessageSource previous = Common::SetSystemMessageSource(AnswerSourceText);
+    SourceText = u"x";
+    Asked.clear();
     Plain().AddNTStatus(0xC0000022).GetSubError().GetMessage();
     Plain().AddWindowsError(5).GetSubError().GetMessage();
     EXPECT_EQ(Asked,

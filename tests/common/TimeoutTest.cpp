@@ -274,25 +274,7 @@ public:
     std::vector<std::pair<int, Common::Error>> Errors;
 };
 
-TEST(TimeoutTest, WorkerThatCannotStartIsTracedAndTheTimeoutEndsStopped)
-{
-    VirtualTime time;
-    ErrorSink sink;
-    Calls seen;
-    Tagged tag{&seen, 1};
-    Timeout timeout(RecordCall, &tag, 10, true);
-    ThreadPoolInjectCreationFailure(EAGAIN);
-    time.Clock.Advance(10);
-    EXPECT_TRUE(timeout.IsFinished());
-    EXPECT_TRUE(timeout.Wait(0));
-    EXPECT_EQ(seen.Count, 0);
-    ASSERT_EQ(sink.Errors.size(), 1u);
-    EXPECT_EQ(sink.Errors[0].first, 4);
-    EXPECT_EQ(sink.Errors[0].second.GetCode(), Common::ThreadCreationFailedCode);
-    EXPECT_STREQ(sink.Errors[0].second.GetLineTag().Function, "Common::ThreadPool::CreateThread");
-}
-
-TEST(TimeoutTest, MonitorThatCannotStartFailsTheConstructor)
+TEST(TimeoutTest, MonitorThatCannotStartFailsTheConstructorAndAWorkerThatCannotIsTracedAndEndsStopped)
 {
     ASSERT_FALSE(Common::Detail::HasTimeoutMonitor());
     Calls seen;
@@ -303,6 +285,19 @@ TEST(TimeoutTest, MonitorThatCannotStartFailsTheConstructor)
     EXPECT_FALSE(Common::Detail::HasTimeoutMonitor());
     Timeout working(RecordCall, &tag, 0, false);
     EXPECT_TRUE(working.Wait(10000));
+
+    VirtualTime time;
+    ErrorSink sink;
+    Timeout timeout(RecordCall, &tag, 10, true);
+    ThreadPoolInjectCreationFailure(EAGAIN);
+    time.Clock.Advance(10);
+    EXPECT_TRUE(timeout.IsFinished());
+    EXPECT_TRUE(timeout.Wait(0));
+    EXPECT_EQ(seen.Count, 1); // the working one only
+    ASSERT_EQ(sink.Errors.size(), 1u);
+    EXPECT_EQ(sink.Errors[0].first, 4);
+    EXPECT_EQ(sink.Errors[0].second.GetCode(), Common::ThreadCreationFailedCode);
+    EXPECT_STREQ(sink.Errors[0].second.GetLineTag().Function, "Common::ThreadPool::CreateThread");
 }
 
 struct Cycle
