@@ -121,11 +121,6 @@ protected:
         Parts.GetProfileVault().SetPassword(AccessManagement::SystemProfileId,
                                             AccessManagement::CredentialScopes::AnyArchive, password);
     }
-    void Advance(std::uint64_t seconds)
-    {
-        Time.Seconds(seconds);
-        Settle();
-    }
 
     const std::string Active = Line(true, "EncryptionPasswordMissing", Alerts::EncryptionPasswordAlertSeed);
     const std::string Inactive =
@@ -147,21 +142,21 @@ TEST_F(EncryptionPasswordTest, TheAlertRepeatsAtEachCheckUntilThePasswordIsSet)
     EXPECT_EQ(meta["Error"].As<Common::Error>().GetMessage(),
               u"The device doesn't have an encryption password specified");
 
-    Advance(299);
+    Time.Seconds(299);
     EXPECT_TRUE(Calls().empty());
-    Advance(1);
+    Time.Seconds(1);
     EXPECT_EQ(Calls(), Lines{Active});
-    Advance(3599);
+    Time.Seconds(3599);
     EXPECT_TRUE(Calls().empty());
-    Advance(1);
+    Time.Seconds(1);
     EXPECT_EQ(Calls(), Lines{Active});
 
     // The password set later clears the alert at the next round, and the checks stop.
     SetPassword(u"secret");
-    Advance(3600);
+    Time.Seconds(3600);
     EXPECT_EQ(Calls(), Lines{Inactive});
     const std::size_t reads = Parts.GetProfileVault().GetReadCount();
-    Advance(4 * 3600);
+    Time.Seconds(4 * 3600);
     EXPECT_TRUE(Calls().empty());
     EXPECT_EQ(Parts.GetProfileVault().GetReadCount(), reads);
 }
@@ -183,20 +178,20 @@ TEST_F(EncryptionPasswordTest, TheSettingTurnedOffOrRemovedEndsTheAlertAndTheChe
 
     Write.Put(TenantSettings(false));
     EXPECT_EQ(Calls(), Lines{Inactive});
-    Advance(3600);
+    Time.Seconds(3600);
     EXPECT_TRUE(Calls().empty());
 
     // On again with a check period of 600 s: 300 s, then 600 s (1500 s capped) between checks.
     Write.Put(TenantSettings(true));
     EXPECT_EQ(Calls(), Lines{Active});
-    Advance(300);
+    Time.Seconds(300);
     EXPECT_EQ(Calls(), Lines{Active});
-    Advance(600);
+    Time.Seconds(600);
     EXPECT_EQ(Calls(), Lines{Active});
 
     Write.Delete(Id(2));
     EXPECT_EQ(Calls(), Lines{Inactive});
-    Advance(3600);
+    Time.Seconds(3600);
     EXPECT_TRUE(Calls().empty());
 }
 
