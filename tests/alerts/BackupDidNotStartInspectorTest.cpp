@@ -112,9 +112,13 @@ TEST_F(DidNotStartTest, AMovedScheduleReplacesTheTimerAndARunClearsIt)
     EXPECT_TRUE(Host->Take().empty());
 }
 
-TEST_F(DidNotStartTest, LeavingThePatternOrTheStoreClearsTheAlert)
+// Items on an instance that cannot be read arm nothing, due or not.
+TEST_F(DidNotStartTest, LeavingThePatternOrTheStoreClearsTheAlertAndAnUnreadableInstanceArmsNothing)
 {
     Begin();
+    Write.Create(Item(Id(3), -30, 0, Id(0x1B)));
+    Write.Create(Item(Id(4), 10, 0, Id(0x1B)));
+    EXPECT_TRUE(Log.HasReadFailure());
     Write.Create(Item(Id(1), -30));
     EXPECT_EQ(Host->TakeLines(), Lines{Raised(Plan)});
     Write.Set(Id(1), u".NextBackupTime.Trigger", std::int32_t{1});
@@ -124,16 +128,6 @@ TEST_F(DidNotStartTest, LeavingThePatternOrTheStoreClearsTheAlert)
     EXPECT_EQ(Host->TakeLines(), Lines{Cleared(Plan)});
     Time.Seconds(100);
     EXPECT_TRUE(Host->Take().empty());
-}
-
-TEST_F(DidNotStartTest, AnInstanceThatCannotBeReadArmsNothing)
-{
-    Begin();
-    Write.Create(Item(Id(1), -30, 0, Id(0x1B)));
-    Write.Create(Item(Id(2), 10, 0, Id(0x1B)));
-    Time.Seconds(100);
-    EXPECT_TRUE(Host->Take().empty());
-    EXPECT_TRUE(Log.HasReadFailure());
 }
 
 TEST_F(DidNotStartTest, TheOverdueTableAtStartRaisesItsAlerts)
