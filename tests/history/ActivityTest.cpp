@@ -1,5 +1,6 @@
 #include "history/Activity.h"
 
+#include "common/ThrownError.h"
 #include "history/Schema.h"
 #include "por/Compare.h"
 #include "por/TraitUtil.h"
@@ -16,20 +17,6 @@ namespace
 
 using namespace Tol::History::Plain;
 using Por::Util::Build;
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
-}
 
 TEST(ActivityTest, AbsentOrNilPropertiesReadAsTheSchemaDefaults)
 {
@@ -77,7 +64,7 @@ TEST(ActivityTest, AbsentOrNilPropertiesReadAsTheSchemaDefaults)
 
     // A value of another kind is the handler's to judge; the default one throws.
     const Activity wrong(Build().Composite().Property("State", u"five").Done());
-    const Common::Error error = Failure([&] { wrong.GetState(); });
+    const Common::Error error = Testing::ThrownError([&] { wrong.GetState(); });
     EXPECT_EQ(error.GetCode(), 0xfa0001u);
     EXPECT_EQ(error.GetMessage(), u"POR: Property 'State' processing error has occurred.");
 }

@@ -1,6 +1,7 @@
 #include "runtime/ServiceHolder.h"
 
 #include "common/Error.h"
+#include "common/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -34,20 +35,6 @@ public:
 std::u16string Widen(const std::string& text)
 {
     return std::u16string(text.begin(), text.end());
-}
-
-template <typename Call>
-Common::Error Failure(Call call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Common::Error& error)
-    {
-        return error;
-    }
-    return Common::Success;
 }
 
 struct GetterCase
@@ -99,7 +86,7 @@ TEST(ServiceHolderTest, MissingServicesThrowTheirCodeTextAndSite)
     for (const GetterCase& getter : Getters)
     {
         SCOPED_TRACE(getter.Function);
-        const Common::Error error = Failure([&] { getter.Call(holder); });
+        const Common::Error error = Testing::ThrownError([&] { getter.Call(holder); });
         EXPECT_EQ(error.GetCode(), getter.MissingCode);
         EXPECT_EQ(error.GetMessage(), getter.MissingText);
         EXPECT_STREQ(error.GetLineTag().Function, getter.Function);
@@ -115,13 +102,14 @@ TEST(ServiceHolderTest, ComponentOfAnotherTypeIsABadCastNamingTheInterface)
     registry.Components[999] = &component;
     const ServiceHolder holder(registry);
 
-    const Common::Error error = Failure([&] { holder.GetObjectRegistry(); });
+    const Common::Error error = Testing::ThrownError([&] { holder.GetObjectRegistry(); });
     EXPECT_EQ(error.GetCode(), 0x017E0019u);
     EXPECT_EQ(error.GetMessage(),
               u"Invalid cast of component 'Dml::ObjectRegistry' to interface 'Dml::ObjectRegistry'.");
     EXPECT_STREQ(error.GetLineTag().Function, "Runtime::ComponentRegistry::MakeBadCastError");
 
-    const Common::Error unnamed = Failure([&] { holder.Get<Dml::PostOffice>(999, "Dml::PostOffice"); });
+    const Common::Error unnamed =
+        Testing::ThrownError([&] { holder.Get<Dml::PostOffice>(999, "Dml::PostOffice"); });
     EXPECT_EQ(unnamed.GetMessage(),
               u"Invalid cast of component with ID '999' to interface 'Dml::PostOffice'.");
 }
@@ -139,14 +127,14 @@ TEST(ServiceHolderTest, NotFoundNamesTheComponentOrItsNumber)
 
     TestRegistry registry;
     const Common::Error required =
-        Failure([&] { ServiceHolder(registry).Require<Dml::PostOffice>(145, "X"); });
+        Testing::ThrownError([&] { ServiceHolder(registry).Require<Dml::PostOffice>(145, "X"); });
     EXPECT_EQ(required.GetMessage(), Widen("'MachineManagement::MachineManager' cannot be found."));
 }
 
 TEST(ServiceHolderTest, NullRegistryIsAnIncorrectComponentManager)
 {
     const Common::Error error =
-        Failure([] { ServiceHolder holder(static_cast<Runtime::ComponentRegistry*>(nullptr)); });
+        Testing::ThrownError([] { ServiceHolder holder(static_cast<Runtime::ComponentRegistry*>(nullptr)); });
     EXPECT_EQ(error.GetCode(), 0x017E0013u);
     EXPECT_EQ(error.GetMessage(), u"An incorrect component manager has been referenced.");
     EXPECT_STREQ(error.GetLineTag().Function, "Runtime::`anonymous-namespace'::Dereference");
